@@ -1,7 +1,7 @@
 # What every target of the project is compiled with. Linked by name, so that a library from outside is never held to it.
 add_library(sc3xxmon_flags INTERFACE)
 target_compile_options(sc3xxmon_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wformat=2 -Wundef
+  -ffp-contract=off -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wformat=2 -Wundef
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wextra-semi>)
 target_compile_definitions(sc3xxmon_flags INTERFACE $<$<NOT:$<BOOL:${SC3XXMON_SANITIZE}>>:_FORTIFY_SOURCE=2>)
 target_link_options(sc3xxmon_flags INTERFACE -Wl,-z,relro,-z,now)

@@ -83,9 +83,8 @@ class Reader {
 
   [[noreturn]] void RefuseRootName(const toml::key& name, const toml::node& node) const {
     if (!node.is_table()) {
-      Fail(name.source(),
-           "unknown name \"" + std::string(name.str()) +
-               "\" outside of a table; only LogRoot stands there, options belong under [SC3xx]");
+      Fail(name.source(), "unknown name \"" + std::string(name.str()) +
+                              "\" outside of a table; only LogRoot stands there, options belong under [SC3xx]");
     }
     Fail(name.source(), "unknown table [" + std::string(name.str()) +
                             "]; known are [SC3xx], [Debug], [Printers.\"NAME\"] and "
@@ -109,14 +108,14 @@ class Reader {
   std::uint32_t Number(const toml::key& name, const toml::node& node) const {
     const auto* integer = node.as_integer();
     if (integer == nullptr) {
-      Fail(node.source(), "\"" + std::string(name.str()) + "\" must be a whole number, but is " +
-                              std::string(TypeWords(node)));
+      Fail(node.source(),
+           "\"" + std::string(name.str()) + "\" must be a whole number, but is " + std::string(TypeWords(node)));
     }
     // Values are words of 32 bits, some read as signed: both ways of writing the same bits are accepted.
     if (integer->get() < std::numeric_limits<std::int32_t>::min() ||
         integer->get() > std::numeric_limits<std::uint32_t>::max()) {
-      Fail(node.source(), "\"" + std::string(name.str()) + "\" is out of range: " +
-                              std::to_string(integer->get()) + " doesn't fit in 32 bits");
+      Fail(node.source(), "\"" + std::string(name.str()) + "\" is out of range: " + std::to_string(integer->get()) +
+                              " doesn't fit in 32 bits");
     }
     return static_cast<std::uint32_t>(integer->get());
   }
@@ -124,8 +123,8 @@ class Reader {
   std::wstring Text(const toml::key& name, const toml::node& node) const {
     const auto* text = node.as_string();
     if (text == nullptr) {
-      Fail(node.source(), "\"" + std::string(name.str()) + "\" must be a text in quotes, but is " +
-                              std::string(TypeWords(node)));
+      Fail(node.source(),
+           "\"" + std::string(name.str()) + "\" must be a text in quotes, but is " + std::string(TypeWords(node)));
     }
     return FromUtf8(text->get());
   }
@@ -134,9 +133,8 @@ class Reader {
                    std::span<const std::string_view> known) {
     for (auto&& [name, value] : Table(tableName, node)) {
       if (std::find(known.begin(), known.end(), name.str()) == known.end()) {
-        Fail(name.source(), "unknown name \"" + std::string(name.str()) + "\" in [" +
-                                std::string(tableName.str()) + "]" + Guess(name.str(), known) +
-                                " (known: " + JoinNames(known) + ")");
+        Fail(name.source(), "unknown name \"" + std::string(name.str()) + "\" in [" + std::string(tableName.str()) +
+                                "]" + Guess(name.str(), known) + " (known: " + JoinNames(known) + ")");
       }
       settings_.SetNumber(key, FromUtf8(name.str()), Number(name, value));
     }
@@ -178,8 +176,7 @@ SettingsFileError::SettingsFileError(const std::string& file, std::uint32_t line
 SettingsFile SettingsFile::Load(const std::string& path) {
   const std::optional<std::string> text = FileText(path);
   if (!text) {
-    throw SettingsFileError(path, 0, 0,
-                            "the settings file can't be read; check that it exists and may be read");
+    throw SettingsFileError(path, 0, 0, "the settings file can't be read; check that it exists and may be read");
   }
   return Parse(*text, path);
 }
@@ -254,8 +251,7 @@ LONG SettingsFile::Query(LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size) c
   return static_cast<LONG>(ERROR_SUCCESS);
 }
 
-std::uint32_t SettingsFile::Number(std::wstring_view key, std::wstring_view name,
-                                   std::uint32_t otherwise) const {
+std::uint32_t SettingsFile::Number(std::wstring_view key, std::wstring_view name, std::uint32_t otherwise) const {
   const std::vector<BYTE>* value = Find(key, name);
   if (value == nullptr || value->size() != 4) {
     return otherwise;

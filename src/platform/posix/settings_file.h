@@ -29,8 +29,7 @@ namespace sc3xxmon::platform {
 // words", or "FILE: words" when no place in the file is to blame (line and column are then 0).
 class SettingsFileError : public std::runtime_error {
  public:
-  SettingsFileError(const std::string& file, std::uint32_t line, std::uint32_t column,
-                    const std::string& words);
+  SettingsFileError(const std::string& file, std::uint32_t line, std::uint32_t column, const std::string& words);
   std::uint32_t Line() const { return line_; }
   std::uint32_t Column() const { return column_; }
 

@@ -1,0 +1,14 @@
+// The handle of this library's own module, as the loader gave it. Null off Windows.
+#pragma once
+
+#include "sc3xxmon/spooler_abi.h"
+
+namespace sc3xxmon {
+
+inline HINSTANCE moduleHandle = nullptr;
+
+inline HINSTANCE ModuleHandle() {
+  return moduleHandle;
+}
+
+}  // namespace sc3xxmon

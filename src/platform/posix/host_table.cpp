@@ -1,0 +1,32 @@
+#include "platform/posix/host_table.h"
+
+#include <cstring>
+
+namespace sc3xxmon::platform {
+namespace {
+
+// Written before any port exists and only read afterwards, like the options.
+Sc3xxHost currentHost{};
+
+}  // namespace
+
+const Sc3xxHost& Host() {
+  return currentHost;
+}
+
+}  // namespace sc3xxmon::platform
+
+int Sc3xxSetHost(const Sc3xxHost* host) {
+  using sc3xxmon::platform::currentHost;
+  if (host == nullptr) {
+    currentHost = Sc3xxHost{};
+    return 1;
+  }
+  if (host->size < offsetof(Sc3xxHost, OpenPrinterW)) {
+    return 0;
+  }
+  Sc3xxHost copy{};
+  std::memcpy(&copy, host, host->size < sizeof(copy) ? host->size : sizeof(copy));
+  currentHost = copy;
+  return 1;
+}

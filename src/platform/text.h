@@ -1,0 +1,16 @@
+// Wide text: UTF-8 at the edges, and comparison without regard to case.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace sc3xxmon::platform {
+
+// wchar_t has 16 bits on Windows and 32 elsewhere; both give the same UTF-8. What is no valid character becomes U+FFFD.
+std::string ToUtf8(std::wstring_view text);
+std::wstring FromUtf8(std::string_view text);
+
+// Where `word` (ASCII) first stands in `text`, in any case; npos if nowhere.
+std::size_t FindIgnoringCase(std::wstring_view text, std::wstring_view word);
+
+}  // namespace sc3xxmon::platform

@@ -1,0 +1,50 @@
+#include "monitor/langmon.h"
+#include "platform/named_event.h"
+
+namespace sc3xxmon {
+namespace {
+
+constexpr std::uint32_t kSyncTimeoutMs = 5000;
+constexpr std::size_t kLongestEventName = 1023;
+
+// One event a printer, in the namespace that all processes of the machine share.
+std::wstring SyncEventName(const wchar_t* printerName) {
+  return (std::wstring(L"Global\\KOVA.Sc3xxSync.") + printerName).substr(0, kLongestEventName);
+}
+
+bool Exchange(std::atomic<std::uint32_t>& word, std::uint32_t from, std::uint32_t to) {
+  return word.compare_exchange_strong(from, to);
+}
+
+}  // namespace
+
+bool CLangMon::AcquireHostSync(const wchar_t* printerName) {
+  if (!Exchange(DocBusy, 0, 1)) {
+    return false;
+  }
+  if (printerName == nullptr || *printerName == L'\0') {
+    return true;
+  }
+  SyncEvent = platform::CreateNamedEvent(SyncEventName(printerName));
+  if (SyncEvent == nullptr) {
+    return true;  // the event is a help, not a condition: a machine without it still prints
+  }
+  if (platform::WaitForNamedEvent(SyncEvent, kSyncTimeoutMs)) {
+    return true;
+  }
+  // The handle stays as it is: closed by whoever releases next, or overwritten by the next document's start.
+  Exchange(DocBusy, 1, 0);
+  return false;
+}
+
+bool CLangMon::ReleaseHostSync() {
+  const bool wasBusy = Exchange(DocBusy, 1, 0);
+  if (SyncEvent != nullptr) {
+    platform::SignalNamedEvent(SyncEvent);
+    platform::CloseNamedEvent(SyncEvent);
+    SyncEvent = nullptr;
+  }
+  return wasBusy;
+}
+
+}  // namespace sc3xxmon

@@ -1,0 +1,304 @@
+#include "stream/kpl_parser.h"
+
+#include <algorithm>
+
+#include "diag/debug_log.h"
+#include "monitor/options.h"
+#include "stream/kpl_iterator.h"
+
+namespace sc3xxmon {
+namespace {
+
+CKplIterator Walk(std::span<const std::uint8_t> bytes, std::uint64_t from) {
+  return {bytes.data() + from, bytes.size() - from};
+}
+
+}  // namespace
+
+std::int32_t CKplParser::ProcessData(const void* data, std::uint64_t size) {
+  const Bytes span(static_cast<const std::uint8_t*>(data), static_cast<std::size_t>(size));
+  KovaDebugPrint(At("CKplParser::ProcessData"), "Appending data: old=%d, delta=%d", buffer_.size(), size);
+  if (buffer_.empty()) {
+    Bytes pending = span;
+    CutSteps(pending);
+    AppendToBuffer(pending);
+  } else {
+    AppendToBuffer(span);
+    Bytes pending = buffer_;
+    CutSteps(pending);
+    DropFromBuffer(pending.size());
+  }
+  return static_cast<std::int32_t>(size);
+}
+
+void CKplParser::CutSteps(Bytes& pending) {
+  if (ParserState < kParserHeader) {
+    CutJobHeader(pending);
+  }
+  if (ParserState == kParserHeader || ParserState == kParserLabels) {
+    while (CutLabel(pending) == ParseResult::kDone) {
+    }
+  }
+  if (ParserState == kParserHeader || ParserState == kParserLabels) {
+    FindJobFooter(pending);
+  }
+  if (ParserState >= kParserFooter) {
+    JobFooter.insert(JobFooter.end(), pending.begin(), pending.end());
+    pending = {};
+    ForgetScans();
+  }
+}
+
+ParseResult CKplParser::TryParseJobHeader() {
+  Bytes pending = buffer_;
+  const ParseResult result = CutJobHeader(pending);
+  DropFromBuffer(pending.size());
+  return result;
+}
+
+ParseResult CKplParser::TryParseLabel() {
+  Bytes pending = buffer_;
+  const ParseResult result = CutLabel(pending);
+  DropFromBuffer(pending.size());
+  return result;
+}
+
+ParseResult CKplParser::TryParseJobFooter() {
+  return FindJobFooter(buffer_);
+}
+
+ParseResult CKplParser::CutJobHeader(Bytes& pending) {
+  if (ParserState >= kParserHeader) {
+    return ParseResult::kNotApplicable;
+  }
+  CKplIterator it = Walk(pending, headerScan_);
+  if (headerScan_ == 0) {
+    if (it.AtEnd()) {
+      return ParseResult::kNotEnoughData;
+    }
+    if (it.Current.Letter() != 's') {
+      KovaDebugPrint(At("CKplParser::TryParseJobHeader"), "Not a job header: %X-%X", it.Current.Data[0],
+                     it.Current.Letter());
+      return ParseResult::kNoMatch;
+    }
+    headerScan_ = it.Current.Length;
+    ++it;
+  }
+  for (; !it.AtEnd(); ++it) {
+    const ParseResult noted = NoteHeaderCommand(it.Current);
+    if (noted == ParseResult::kNoMatch) {
+      return noted;
+    }
+    if (noted == ParseResult::kDone) {
+      JobHeader.assign(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(headerScan_));
+      pending = pending.subspan(headerScan_);
+      ForgetScans();
+      ParserState = kParserHeader;
+      KovaDebugPrint(At("CKplParser::TryParseJobHeader"), "Got header (%d bytes). Remained in buffer %d",
+                     JobHeader.size(), pending.size());
+      return ParseResult::kDone;
+    }
+    headerScan_ += it.Current.Length;
+  }
+  return ParseResult::kNotEnoughData;
+}
+
+// kDone: the header ends before this command. kNotEnoughData: look at the next one.
+ParseResult CKplParser::NoteHeaderCommand(const KplCommand& command) {
+  switch (command.Letter()) {
+    case 'D':
+    case 'Z':
+      KovaDebugPrint(At("CKplParser::TryParseJobHeader"), "Unexpected varlen command: %d", command.Letter());
+      return ParseResult::kNoMatch;
+    case 'L':
+      OpenLengthLabels = OpenLengthLabels || command.Operand16() == 0xFFFF;
+      return ParseResult::kNotEnoughData;
+    case 'q':
+      ParserQParameter = command.Data[2];
+      return ParseResult::kNotEnoughData;
+    case 'n':
+      return ParseResult::kDone;
+    default:
+      return ParseResult::kNotEnoughData;
+  }
+}
+
+ParseResult CKplParser::CutLabel(Bytes& pending) {
+  if (ParserState < kParserHeader) {
+    return ParseResult::kNotApplicable;
+  }
+  for (CKplIterator it = Walk(pending, labelScan_.position); !it.AtEnd(); ++it) {
+    const std::uint64_t position = labelScan_.position;
+    switch (JudgeLabelCommand(labelScan_, it.Current)) {
+      case LabelCommand::kGoOn:
+        labelScan_.position += it.Current.Length;
+        break;
+      case LabelCommand::kNoLabel:
+        KovaDebugPrint(At("CKplParser::TryParseLabel"), "Not a label index: %X-%X", it.Current.Data[0],
+                       it.Current.Letter());
+        return ParseResult::kNoMatch;
+      case LabelCommand::kEndsBehind:
+        TakeLabel(pending, position + it.Current.Length, position, labelScan_.betweenLabels);
+        return ParseResult::kDone;
+      case LabelCommand::kEndsBefore:
+        TakeLabel(pending, position, position, labelScan_.betweenLabels);
+        return ParseResult::kDone;
+    }
+  }
+  return ParseResult::kNotEnoughData;
+}
+
+// Between-labels commands are good only in front of later labels: the first one starts where the job header ended, at
+// its ESC n.
+CKplParser::LabelCommand CKplParser::JudgeLabelCommand(LabelScan& scan, const KplCommand& command) const {
+  const std::uint8_t letter = command.Letter();
+  if (!scan.indexFound) {
+    if (ParserState >= kParserLabels && kpl::IsBetweenLabels(letter)) {
+      scan.betweenLabels += static_cast<std::uint32_t>(command.Length);
+      return LabelCommand::kGoOn;
+    }
+    scan.indexFound = letter == 'n';
+    return scan.indexFound ? LabelCommand::kGoOn : LabelCommand::kNoLabel;
+  }
+  switch (letter) {
+    case 'G':
+    case 'p':
+      return LabelCommand::kEndsBehind;
+    case 'n':
+    case 'Q':
+    case 'E':
+      return LabelCommand::kEndsBefore;
+    default:
+      return LabelCommand::kGoOn;
+  }
+}
+
+// Takes the label off the front of `pending`. `endPosition` is where the ending command stands.
+//
+// Whether the footer follows is read from the ending command's letter at the place where it stood, after the label has
+// gone from the front: the rest has moved down by the label's size, so that the byte there may be one of the rest, and
+// a value of Q or E there counts. Where the rest doesn't reach that far, the letter itself still stands. The job flow
+// has come to rely on it; the rest itself need not be moved to know the byte.
+void CKplParser::TakeLabel(Bytes& pending, std::uint64_t labelSize, std::uint64_t endPosition,
+                           std::uint32_t betweenLabels) {
+  const std::uint8_t letter = pending[endPosition + 1];
+  const Bytes rest = pending.subspan(labelSize);
+  const std::uint8_t byteAfterMove = endPosition + 1 < rest.size() ? rest[endPosition + 1] : letter;
+
+  KeepLabel(pending.first(labelSize), betweenLabels);
+  pending = rest;
+  ForgetScans();
+  ++LabelsParsed;
+  ParserState = byteAfterMove == 'Q' || byteAfterMove == 'E' ? kParserFooter : kParserLabels;
+  KovaDebugPrint(At("CKplParser::TryParseLabel"), "Got label (%d/%d bytes). state=%d", labelSize, betweenLabels,
+                 ParserState);
+}
+
+void CKplParser::KeepLabel(Bytes bytes, std::uint32_t betweenLabels) {
+  KplLabel label(bytes, betweenLabels);
+  if (label.RasterSize() == 0 && PrintEmptyLabel == 0) {
+    KovaDebugPrint(At("CKplParser::TryParseLabel"), "Label is empty. Discarding %d bytes.", bytes.size());
+    return;
+  }
+  DumpLabelRaster(label);
+  Labels.push_back(std::move(label));
+}
+
+// The picture of a label's raster for diagnosis. It needs the log folder, which this version doesn't make.
+void CKplParser::DumpLabelRaster(const KplLabel&) const {}
+
+ParseResult CKplParser::FindJobFooter(Bytes pending) {
+  if (ParserState < kParserHeader) {
+    return ParseResult::kNotApplicable;
+  }
+  const CKplIterator it = Walk(pending, 0);
+  if (it.AtEnd()) {
+    return ParseResult::kNotEnoughData;
+  }
+  switch (it.Current.Letter()) {
+    case 'n':
+      return ParseResult::kNoMatch;  // a label is still coming
+    case 'Q':
+    case 'E':
+      KovaDebugPrint(At("CKplParser::TryParseJobFooter"), "Got footer");
+      ParserState = kParserFooter;
+      return ParseResult::kDone;
+    default:
+      KovaDebugPrint(At("CKplParser::TryParseJobFooter"), "Not a footer command in the buffer: %X-%X",
+                     it.Current.Data[0], it.Current.Letter());
+      return ParseResult::kNoMatch;
+  }
+}
+
+void CKplParser::MarkSent(KplLabel& label) {
+  if (!label.sent_) {
+    label.sent_ = true;
+    ++sentCount_;
+  }
+}
+
+void CKplParser::RevertSentLabels() {
+  const std::uint32_t reverted = sentCount_;
+  for (auto label = Labels.begin(); sentCount_ > 0; ++label) {
+    if (label->sent_) {
+      ++label->Retries;
+      label->sent_ = false;
+      --sentCount_;
+    }
+  }
+  if (reverted > 0) {
+    KovaDebugPrint(At("CKplParser::RevertSentLabels"), "Reverted %d sent labels", reverted);
+  }
+}
+
+std::uint32_t CKplParser::AckFirstLabel() {
+  if (Labels.empty() || !Labels.front().sent_) {
+    return 0;
+  }
+  const std::uint32_t attempts = Labels.front().Retries + 1;
+  Labels.pop_front();
+  --sentCount_;
+  ++LabelsAcked;
+  return attempts;
+}
+
+KplLabel* CKplParser::FirstUnsentLabel() {
+  if (UnsentLabelCount() == 0) {
+    return nullptr;
+  }
+  return &*std::find_if(Labels.begin(), Labels.end(), [](const KplLabel& label) { return !label.sent_; });
+}
+
+KplLabel* CKplParser::FirstSentLabel() {
+  if (sentCount_ == 0) {
+    return nullptr;
+  }
+  return &*std::find_if(Labels.begin(), Labels.end(), [](const KplLabel& label) { return label.sent_; });
+}
+
+void CKplParser::Reset() {
+  buffer_.clear();
+  JobHeader.clear();
+  JobFooter.clear();
+  Labels.clear();
+  sentCount_ = 0;
+  ParserState = kParserNone;
+  LabelsParsed = 0;
+  LabelsAcked = 0;
+  ForgetScans();
+}
+
+void CKplParser::AppendToBuffer(Bytes bytes) {
+  buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+}
+
+void CKplParser::DropFromBuffer(std::size_t kept) {
+  buffer_.erase(buffer_.begin(), buffer_.end() - static_cast<std::ptrdiff_t>(kept));
+}
+
+void CKplParser::ForgetScans() {
+  headerScan_ = 0;
+  labelScan_ = {};
+}
+
+}  // namespace sc3xxmon
