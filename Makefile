@@ -1,0 +1,75 @@
+# A thin front on the CMake presets. Every target installs what it misses (scripts/setup), builds, and runs.
+
+JOBS ?= $(shell nproc)
+
+# The main job: artwork, rasterised, encoded, through the monitor, into the embedded virtual printer.
+PRINT_JOB = samples/shipping-label.png samples/address-label.png
+
+.DEFAULT_GOAL := help
+
+.PHONY: help
+help: ## list the targets
+	@sed -n 's/^\([a-z-]*\):.*## /  make \1\t/p' Makefile | expand -t 22
+
+.PHONY: build
+build: ## build the library and the command line: build/lib, build/bin
+	@scripts/setup build test
+	@cmake --preset release --log-level=WARNING
+	@cmake --build --preset release -j $(JOBS)
+
+.PHONY: print
+print: ## print the sample labels on the virtual printer; pictures in out/
+	@scripts/setup build test
+	@cmake --preset release --log-level=WARNING
+	@cmake --build --preset release -j $(JOBS) --target sc3xx
+	@build/bin/sc3xx print $(PRINT_JOB) --out out
+
+.PHONY: test
+test: build ## run all tests
+	@ctest --preset release -j $(JOBS)
+
+.PHONY: asan tsan
+asan tsan: ## run the tests under the address and undefined behaviour sanitizers, or the thread sanitizer
+	@scripts/setup build test
+	@cmake --preset $@ --log-level=WARNING
+	@cmake --build --preset $@ -j $(JOBS)
+	@ctest --preset $@ -j $(JOBS)
+
+.PHONY: bench
+bench: ## measure, as ratios in one run
+	@scripts/setup build bench
+	@cmake --preset bench --log-level=WARNING
+	@cmake --build --preset bench -j $(JOBS) --target bench
+	@build/bench/bin/bench
+
+.PHONY: fuzz
+fuzz: ## run each fuzz target for a minute (SECONDS_EACH=60)
+	@scripts/setup build fuzz
+	@fuzz/run $${SECONDS_EACH:-60}
+
+.PHONY: coverage
+coverage: ## line coverage of src/ by the tests
+	@scripts/setup build test coverage
+	@cmake --preset coverage --log-level=WARNING
+	@cmake --build --preset coverage -j $(JOBS)
+	@ctest --preset coverage -j $(JOBS) --quiet
+	@gcovr --root . --filter src/ --object-directory build/coverage --print-summary
+
+.PHONY: check
+check: ## formatting, static analysis, and the rules of the tree
+	@scripts/setup build test check
+	@scripts/check
+
+.PHONY: format
+format: ## format all sources
+	@scripts/setup check
+	@git ls-files '*.h' '*.c' '*.cpp' | xargs clang-format -i
+
+.PHONY: samples
+samples: ## draw the sample artwork anew
+	@scripts/setup build test samples
+	@samples/make-samples
+
+.PHONY: clean
+clean: ## remove build/ and out/
+	@rm -rf build out
