@@ -53,10 +53,8 @@ struct EncodeOptions {
   LabelLength labelLength = LabelLength::kAnnounced;
   std::uint8_t roll = 0x31;     // operand of ESC q: '1' the left or only roll, '2' the right one
   std::uint8_t cutOperand = 0;  // operand of ESC p
-  bool finalFeed =
-      false;  // ESC E before ESC Q; the last label then has no end of its own. Desktop models only.
-  std::uint32_t copies =
-      1;  // each picture so many times in a row, each copy a label with an index of its own
+  bool finalFeed = false;       // ESC E before ESC Q; the last label then has no end of its own. Desktop models only.
+  std::uint32_t copies = 1;     // each picture so many times in a row, each copy a label with an index of its own
 };
 
 // The most labels of one job: the index has 16 bits and begins at 1.

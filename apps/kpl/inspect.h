@@ -18,8 +18,6 @@
 #include <string>
 #include <vector>
 
-#include "apps/kpl/picture.h"
-
 namespace sc3xx {
 
 // Which part of the job a command falls in.
@@ -59,8 +57,8 @@ struct InspectedLabel {
   std::uint64_t offset = 0;
   std::uint64_t length = 0;
   std::uint32_t betweenLabelsBytes = 0;
-  std::uint8_t endLetter = 0;  // 'G' or 'p' (in the label), 'n', 'Q' or 'E' (behind it)
-  bool discarded = false;      // no raster, or one without dots: dropped unless PrintEmptyLabel is on
+  std::uint8_t endLetter = 0;            // 'G' or 'p' (in the label), 'n', 'Q' or 'E' (behind it)
+  bool discarded = false;                // no raster, or one without dots: dropped unless PrintEmptyLabel is on
   std::vector<InspectedRaster> rasters;  // in stream order; the monitor goes by the last
 };
 
@@ -103,29 +101,38 @@ struct InspectOptions {
 };
 
 // Never throws for what stands in `stream`, an empty one included.
-InspectReport InspectStream(std::span<const std::uint8_t> stream, std::string name,
-                            const InspectOptions& options = {});
+InspectReport InspectStream(std::span<const std::uint8_t> stream, std::string name, const InspectOptions& options = {});
 
 // For people. With `withCommands`, every command in a line of its own; without, header, labels, footer and
 // problems.
-std::string ReportAsText(const InspectReport& report, std::span<const std::uint8_t> stream,
-                         bool withCommands = true);
+std::string ReportAsText(const InspectReport& report, std::span<const std::uint8_t> stream, bool withCommands = true);
 
 // For programs: one JSON object, indented by two, in UTF-8, with a line feed at its end.
 std::string ReportAsJson(const InspectReport& report, std::span<const std::uint8_t> stream);
 
-// The label as it is printed: all its rasters, one below the other. Throws InputError with the reason if that
-// can't be drawn: more than one bit a dot, an LZ4 block that doesn't decode to the size its head tells,
-// rasters of different widths, no dots, or more than `maxPixels`.
-Picture LabelPicture(const InspectedLabel& label, std::span<const std::uint8_t> stream,
-                     std::uint64_t maxPixels = std::uint64_t{1} << 30);
+// What a label looks like once it is printed: lines of (bitsPerDot * dotsPerLine + 7) / 8 bytes, as in ESC D.
+struct LabelRaster {
+  std::uint8_t bitsPerDot = 1;
+  std::uint32_t dotsPerLine = 0;
+  std::uint32_t lineCount = 0;
+  std::vector<std::uint8_t> bytes;
+};
+
+inline constexpr std::uint64_t kMaxLabelRasterBytes = std::uint64_t{256} << 20;
+
+// All rasters of the label, decompressed, one below the other. Throws InputError with the reason if that can't be
+// had: no raster or no dots, a length that wraps, rasters of different widths or depths, an LZ4 block that doesn't
+// decode to the size its head tells, or more than `maxBytes` in all.
+LabelRaster RasterOfLabel(const InspectedLabel& label, std::span<const std::uint8_t> stream,
+                          std::uint64_t maxBytes = kMaxLabelRasterBytes);
 
 struct WrittenPictures {
   std::vector<std::filesystem::path> files;
   std::vector<std::string> skipped;  // one text for each label that has no picture, with the reason
 };
 
-// Writes label-001.png and so on, numbered as in the report, making `folder` if need be. Throws InputError if
+// Writes label-001.png and so on, numbered as in the report, making `folder` if need be. Depths of 1, 2, 4 and 8 bits a
+// dot can be drawn. Throws InputError if
 // the folder or a file can't be written; what was written before stays.
 WrittenPictures WriteLabelPictures(const InspectReport& report, std::span<const std::uint8_t> stream,
                                    const std::filesystem::path& folder);
