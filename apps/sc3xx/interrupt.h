@@ -1,0 +1,38 @@
+// Ctrl-C while a job prints: the first one runs a function (which deletes the job, so that the printer gets
+// its cancel sequence), the second one leaves the program at once with exit code 130. A request to terminate
+// counts as Ctrl-C.
+//
+// While an InterruptWatch lives it owns the process's handling of these signals; there may be one at a time.
+#pragma once
+
+#include <functional>
+#include <thread>
+
+namespace sc3xx {
+
+class InterruptWatch {
+ public:
+  // `onFirst` runs once at most, on a thread of this object's own, free to take locks. It must not throw.
+  // Throws std::system_error if the system refuses the pipe or the thread.
+  explicit InterruptWatch(std::function<void()> onFirst);
+
+  // Brings back what was there before, and waits for a running `onFirst`.
+  ~InterruptWatch();
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+ private:
+  static void Listen(int pipe, const std::function<void()>& onFirst);
+
+  std::thread listener_;
+};
+
+// A reader of our output that goes away must not kill a program that has a printer in its hands.
+void IgnoreBrokenPipes();
+
+// Whether a stream of the C library's number (1 standard output, 2 standard error) is a terminal, and how
+// wide it is.
+bool IsTerminal(int descriptor);
+unsigned TerminalColumns(int descriptor);
+
+}  // namespace sc3xx
