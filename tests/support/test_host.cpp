@@ -1,11 +1,7 @@
 #include "support/test_host.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "diag/debug_settings.h"
 #include "monitor/options.h"
-#include "platform/text.h"
 
 namespace sc3xxmon::test {
 namespace {
@@ -16,224 +12,21 @@ void ResetSettings() {
   diag::flagWord = 0;
 }
 
-// Copies a text behind the structure and gives its address there.
-LPWSTR PlaceText(LPBYTE buffer, std::size_t& at, const std::wstring& text) {
-  auto* place = reinterpret_cast<wchar_t*>(buffer + at);
-  std::copy_n(text.c_str(), text.size() + 1, place);
-  at += (text.size() + 1) * sizeof(wchar_t);
-  return place;
-}
-
-std::size_t TextRoom(const std::wstring& text) {
-  return (text.size() + 1) * sizeof(wchar_t);
-}
-
 }  // namespace
 
-TestHost::TestHost(Story* story) : story_(story) {
-  Sc3xxHost host{};
-  host.size = sizeof(host);
-  host.context = this;
-  host.OpenPrinterW = OpenPrinterW;
-  host.GetJobW = GetJobW;
-  host.SetJobW = SetJobW;
-  host.ClosePrinter = ClosePrinter;
-  host.QueryValue = QueryValue;
-  host.TickCount = [](void* context) { return Self(context).now; };
-  host.Sleep = [](void* context, std::uint32_t milliseconds) {
-    TestHost& self = Self(context);
-    self.sleeps.push_back(milliseconds);
-    self.Tell("sleep " + std::to_string(milliseconds));
-    if (self.onSleep) {
-      self.onSleep(milliseconds);
-    }
-    self.now += milliseconds;
-  };
-  host.GetLastError = [](void* context) { return Self(context).lastError; };
-  host.SetLastError = [](void* context, DWORD code) { Self(context).lastError = code; };
-  host.DebugOutput = DebugOutput;
-  Sc3xxSetHost(&host);
+TestHost::TestHost(Story* story) : RecordingHost(story) {
   ResetSettings();
   ReadOptions();
 }
 
 TestHost::~TestHost() {
-  values_.clear();
+  ForgetValues();
   ResetSettings();
   ReadOptions();
-  Sc3xxSetHost(nullptr);
-}
-
-void TestHost::SetNumber(const std::wstring& key, const std::wstring& name, std::uint32_t number) {
-  ByteString bytes(sizeof(number));
-  std::memcpy(bytes.data(), &number, sizeof(number));
-  SetBytes(key, name, bytes);
-}
-
-void TestHost::SetText(const std::wstring& key, const std::wstring& name, const std::wstring& text) {
-  ByteString bytes(TextRoom(text));
-  std::memcpy(bytes.data(), text.c_str(), bytes.size());
-  SetBytes(key, name, bytes);
-}
-
-void TestHost::SetBytes(const std::wstring& key, const std::wstring& name, const ByteString& bytes) {
-  values_[key][name] = bytes;
-}
-
-std::vector<std::string> TestHost::LogTexts() const {
-  std::vector<std::string> texts;
-  for (const std::string& record : log) {
-    const bool hasPrefix = record.starts_with("[218:");
-    texts.push_back(hasPrefix ? record.substr(record.find("] ") + 2) : record);
-  }
-  return texts;
-}
-
-bool TestHost::Logged(const std::string& text) const {
-  return LogCount(text) > 0;
-}
-
-std::size_t TestHost::LogCount(const std::string& text) const {
-  const auto texts = LogTexts();
-  return static_cast<std::size_t>(std::count(texts.begin(), texts.end(), text));
 }
 
 void TestHost::SetDebugLevel(std::uint32_t level) {
   diag::debugLevel = level;
-}
-
-void TestHost::Tell(const std::string& line) {
-  if (story_ != nullptr) {
-    story_->push_back(line);
-  }
-}
-
-BOOL TestHost::Fail(DWORD code) {
-  lastError = code;
-  return FALSE;
-}
-
-BOOL TestHost::OpenPrinterW(void* context, LPWSTR name, HANDLE* printer, void*) {
-  TestHost& self = Self(context);
-  if (self.failOpenPrinter) {
-    return self.Fail(1801);  // no such printer
-  }
-  self.nullPrinterNameSeen = self.nullPrinterNameSeen || name == nullptr;
-  self.openedPrinters.emplace_back(name != nullptr ? name : L"");
-  ++self.openHandles;
-  *printer = &self;
-  return TRUE;
-}
-
-BOOL TestHost::GetJobW(void* context, HANDLE, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
-  TestHost& self = Self(context);
-  const auto job = self.jobs.find(id);
-  if (self.failGetJob || job == self.jobs.end()) {
-    return self.Fail(ERROR_INVALID_PARAMETER);
-  }
-  if (level == 1 && buffer != nullptr) {
-    ++self.statusQueries;
-    if (self.onStatusQuery) {
-      self.onStatusQuery(self.statusQueries);
-    }
-  }
-  return self.FillJob(job->second, id, level, buffer, size, needed);
-}
-
-BOOL TestHost::FillJob(const Job& job, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
-  std::size_t at = level == 1 ? sizeof(JOB_INFO_1W) : sizeof(JOB_INFO_2W);
-  *needed = static_cast<DWORD>(at + TextRoom(job.text) + TextRoom(job.driverName));
-  if (size < *needed) {
-    return Fail(ERROR_INSUFFICIENT_BUFFER);
-  }
-  if (level == 1) {
-    auto* info = reinterpret_cast<JOB_INFO_1W*>(buffer);
-    *info = {};
-    info->JobId = id;
-    info->Status = job.status;
-    info->pStatus = PlaceText(buffer, at, job.text);
-    info->PagesPrinted = job.pagesPrinted;
-    info->Position = 1;
-    return TRUE;
-  }
-  auto* info = reinterpret_cast<JOB_INFO_2W*>(buffer);
-  *info = {};
-  info->JobId = id;
-  info->Status = job.status;
-  info->pDriverName = job.hasDriverName ? PlaceText(buffer, at, job.driverName) : nullptr;
-  return TRUE;
-}
-
-BOOL TestHost::SetJobW(void* context, HANDLE, DWORD id, DWORD level, LPBYTE buffer, DWORD command) {
-  TestHost& self = Self(context);
-  const auto found = self.jobs.find(id);
-  if (self.failSetJob || found == self.jobs.end()) {
-    return self.Fail(ERROR_INVALID_PARAMETER);
-  }
-  if (level == 0) {
-    return self.Command(id, command);
-  }
-  const auto* info = reinterpret_cast<const JOB_INFO_1W*>(buffer);
-  Job& job = found->second;
-  job.status = info->Status;
-  job.position = info->Position;
-  job.pagesPrinted = info->PagesPrinted;
-  job.text = info->pStatus != nullptr ? info->pStatus : L"";
-  if (info->pStatus != nullptr) {
-    job.texts.push_back(job.text);
-  }
-  char line[64];
-  std::snprintf(line, sizeof(line), "job status 0x%X pages %u", info->Status, info->PagesPrinted);
-  self.Tell(line + (info->pStatus != nullptr ? " '" + platform::ToUtf8(job.text) + "'" : std::string()));
-  return TRUE;
-}
-
-BOOL TestHost::Command(DWORD id, DWORD command) {
-  commands.push_back(command);
-  Tell("job command " + std::to_string(command));
-  if (onCommand) {
-    onCommand(id, command);
-  }
-  return TRUE;
-}
-
-BOOL TestHost::ClosePrinter(void* context, HANDLE) {
-  --Self(context).openHandles;
-  return TRUE;
-}
-
-LONG TestHost::QueryValue(void* context, LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size) {
-  TestHost& self = Self(context);
-  const auto values = self.values_.find(key);
-  if (name == nullptr) {
-    return values != self.values_.end() ? 0 : static_cast<LONG>(ERROR_FILE_NOT_FOUND);
-  }
-  self.queriedValues.emplace_back(key, name);
-  if (values == self.values_.end() || !values->second.contains(name)) {
-    return static_cast<LONG>(ERROR_FILE_NOT_FOUND);
-  }
-  const ByteString& bytes = values->second.at(name);
-  const DWORD room = *size;
-  *size = static_cast<DWORD>(bytes.size());
-  if (data != nullptr && bytes.size() > room) {
-    return static_cast<LONG>(ERROR_MORE_DATA);
-  }
-  if (data != nullptr) {
-    std::copy(bytes.begin(), bytes.end(), data);
-  }
-  return 0;
-}
-
-// A record arrives as its text and then its line end.
-void TestHost::DebugOutput(void* context, const char* text) {
-  TestHost& self = Self(context);
-  if (std::strcmp(text, "\n") != 0) {
-    self.pendingRecord_ += text;
-    return;
-  }
-  const std::size_t thread = self.pendingRecord_.find("] ");
-  self.log.push_back(thread == std::string::npos ? self.pendingRecord_ : self.pendingRecord_.substr(thread + 2));
-  self.pendingRecord_.clear();
 }
 
 }  // namespace sc3xxmon::test

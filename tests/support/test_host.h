@@ -1,88 +1,22 @@
-// A host for tests: the spooler's job side, the registry, a virtual clock and a captured log, in memory. While one lives
-// it is the monitor's host; debug level and options go back to their defaults when it is made and when it goes.
-// One at a time; its own thread only.
+// A recording host for tests that reach inside the monitor: debug level and options go back to their defaults when it is
+// made and when it goes. One at a time; its own thread only.
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <map>
-#include <string>
-#include <vector>
 
-#include "sc3xxmon/host.h"
-
-#include "support/bytes.h"
-#include "support/story.h"
+#include "support/recording_host.h"
 
 namespace sc3xxmon::test {
 
-class TestHost {
+class TestHost : public RecordingHost {
  public:
-  struct Job {
-    std::wstring driverName = L"KOVA Scrivelo 310 Plus";
-    bool hasDriverName = true;
-    DWORD status = 0;
-    std::wstring text;
-    DWORD pagesPrinted = 0;
-    DWORD position = 0;
-    std::vector<std::wstring> texts;  // every text that was ever set, in order
-  };
-
   explicit TestHost(Story* story = nullptr);
   ~TestHost();
   TestHost(const TestHost&) = delete;
   TestHost& operator=(const TestHost&) = delete;
 
-  // Named values. A key exists once it has a value.
-  static constexpr wchar_t kOptions[] = L"Software\\KOVA\\SC3xx";
-  static constexpr wchar_t kDebug[] = L"Software\\KOVA\\Debug";
-  void SetNumber(const std::wstring& key, const std::wstring& name, std::uint32_t number);
-  void SetText(const std::wstring& key, const std::wstring& name, const std::wstring& text);
-  void SetBytes(const std::wstring& key, const std::wstring& name, const ByteString& bytes);
-
-  // The log's records as they went to the debugger channel, thread number and line end taken off:
-  // "[218:CLangMon::Send,0042] WritePort failed. ...". LogTexts() takes the prefix off as well.
-  std::vector<std::string> LogTexts() const;
-  bool Logged(const std::string& text) const;
-  std::size_t LogCount(const std::string& text) const;
   // Switches the log on (level 1) or off without the registry.
   static void SetDebugLevel(std::uint32_t level);
-
-  std::map<DWORD, Job> jobs{{7, Job{}}};
-  DWORD lastError = 0;
-  std::uint64_t now = 1000;  // the clock, in milliseconds
-  std::vector<std::uint32_t> sleeps;
-  std::function<void(std::uint32_t milliseconds)> onSleep;    // runs before the clock moves
-  std::vector<DWORD> commands;                                // JOB_CONTROL_ commands, in order
-  std::function<void(DWORD jobId, DWORD command)> onCommand;  // acts as a spooler would
-  std::vector<std::wstring> openedPrinters;
-  std::vector<std::pair<std::wstring, std::wstring>> queriedValues;  // key and name of every value asked for
-  std::size_t openHandles = 0;
-  std::size_t statusQueries = 0;                         // level 1 reads that came through
-  std::function<void(std::size_t query)> onStatusQuery;  // runs before each, with its number from 1
-  bool failOpenPrinter = false;
-  bool failGetJob = false;
-  bool failSetJob = false;
-  bool nullPrinterNameSeen = false;
-  std::vector<std::string> log;
-
- private:
-  static TestHost& Self(void* context) { return *static_cast<TestHost*>(context); }
-  static BOOL OpenPrinterW(void* context, LPWSTR name, HANDLE* printer, void* defaults);
-  static BOOL GetJobW(void* context, HANDLE printer, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
-  static BOOL SetJobW(void* context, HANDLE printer, DWORD id, DWORD level, LPBYTE buffer, DWORD command);
-  static BOOL ClosePrinter(void* context, HANDLE printer);
-  static LONG QueryValue(void* context, LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size);
-  static void DebugOutput(void* context, const char* text);
-
-  BOOL FillJob(const Job& job, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
-  BOOL Command(DWORD id, DWORD command);
-  void Tell(const std::string& line);
-  BOOL Fail(DWORD code);
-
-  Story* story_;
-  std::map<std::wstring, std::map<std::wstring, ByteString>> values_;
-  std::string pendingRecord_;
 };
 
 }  // namespace sc3xxmon::test
