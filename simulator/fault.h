@@ -33,9 +33,9 @@ enum class FaultKind {
 };
 
 enum class FaultTrigger {
-  kTime,   // at a time on the clock that the calls give
-  kLabel,  // when the n-th label since the printer was made begins to print (on tape: with its first raster)
-  kCall,   // at the n-th port call, writes and reads counted together
+  kTime,      // at a time on the clock that the calls give
+  kLabel,     // when the n-th label since the printer was made begins to print (on tape: with its first raster)
+  kCall,      // at the n-th port call, writes and reads counted together
   kExchange,  // at the n-th request that has an answer (status or firmware)
 };
 

@@ -32,6 +32,8 @@ namespace simulator {
 struct PortClock {
   std::function<std::uint64_t()> now;             // milliseconds, never back
   std::function<void(std::uint64_t)> sleepUntil;  // returns when now() has reached the argument
+  // The longest single sleep. Set it where other threads change the printer while a call waits.
+  std::uint64_t longestSleepMs = UINT64_MAX;
 };
 
 // One port call that goes wrong by number, for tests that fail every call in turn.
@@ -78,6 +80,7 @@ class InProcessPorts {
 
  private:
   struct State;
+  struct Entry;
   std::unique_ptr<State> state_;
 };
 

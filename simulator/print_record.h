@@ -37,8 +37,7 @@ struct PrintedLabel {
   std::uint32_t rasterCommands = 0;  // ESC D and ESC Z that it was made of
   bool compressed = false;           // one of them at least was an ESC Z
 
-  std::vector<std::uint8_t>
-      leading;  // commands between the end of the label before and its ESC n, job header included
+  std::vector<std::uint8_t> leading;  // commands between the end of the label before and its ESC n, job header included
   std::vector<std::uint8_t> commands;  // from its ESC n on, as received; status requests left out
   LabelEnd end = LabelEnd::kShortFormFeed;
 
@@ -68,8 +67,7 @@ struct DroppedLabel {
   std::uint32_t job = 0;
   std::uint64_t timeMs = 0;
   DropReason reason = DropReason::kReportedBad;
-  bool acknowledged =
-      false;  // a passing status answer had told its host that it is taken: this label is lost
+  bool acknowledged = false;  // a passing status answer had told its host that it is taken: this label is lost
 };
 
 enum class PrinterEventKind { kJobStarted, kJobEnded, kShortFormFeed, kLongFormFeed };
