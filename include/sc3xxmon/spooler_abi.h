@@ -110,11 +110,11 @@ typedef DWORD ACCESS_MASK;
 
 #define JOB_POSITION_UNSPECIFIED 0u
 
-typedef struct _SYSTEMTIME {
+typedef struct SYSTEMTIME {
   WORD wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
 } SYSTEMTIME;
 
-typedef struct _JOB_INFO_1W {
+typedef struct JOB_INFO_1W {
   DWORD JobId;
   LPWSTR pPrinterName;
   LPWSTR pMachineName;
@@ -130,7 +130,7 @@ typedef struct _JOB_INFO_1W {
   SYSTEMTIME Submitted;
 } JOB_INFO_1W;
 
-typedef struct _JOB_INFO_2W {
+typedef struct JOB_INFO_2W {
   DWORD JobId;
   LPWSTR pPrinterName;
   LPWSTR pMachineName;
@@ -156,14 +156,14 @@ typedef struct _JOB_INFO_2W {
   DWORD PagesPrinted;
 } JOB_INFO_2W;
 
-typedef struct _DOC_INFO_1W {
+typedef struct DOC_INFO_1W {
   LPWSTR pDocName;
   LPWSTR pOutputFile;
   LPWSTR pDatatype;
 } DOC_INFO_1W;
 
 /* Time-outs of a port, in milliseconds. */
-typedef struct _COMMTIMEOUTS {
+typedef struct COMMTIMEOUTS {
   DWORD ReadIntervalTimeout;
   DWORD ReadTotalTimeoutMultiplier;
   DWORD ReadTotalTimeoutConstant;

@@ -1,4 +1,5 @@
 #include "diag/debug_log.h"
+#include "lan/tcp_port.h"
 #include "monitor/langmon.h"
 #include "platform/last_error.h"
 #include "platform/module.h"
@@ -36,20 +37,13 @@ bool DecideUsb(const wchar_t* portName, const MONITOR2& nextMonitor) {
   return usb != tcp ? usb : PortNameSaysUsb(portName);
 }
 
-// A LAN port doesn't use the next monitor at all. The monitor's own TCP transport isn't part of this version, so that
-// its table is empty and opening such a port is refused.
-MONITOR2 LanPortTable() {
-  MONITOR2 table{};
-  table.cbSize = sizeof(MONITOR2);
-  return table;
-}
-
 }  // namespace
 
 bool CLangMon::ValidateMonitor(const wchar_t* portName, const MONITOR2* nextMonitor, MONITOR2* table,
                                std::uint32_t* isUsb) {
   if (nextMonitor != nullptr && HasMandatoryFunctions(*nextMonitor)) {
     *isUsb = DecideUsb(portName, *nextMonitor) ? 1 : 0;
+    // A LAN port doesn't use the next monitor at all from here on, not even for opening.
     *table = *isUsb != 0 ? *nextMonitor : LanPortTable();
     if (HasMandatoryFunctions(*table)) {
       return true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 namespace sc3xxmon::platform {
 namespace {
@@ -15,12 +16,16 @@ bool IsLowSurrogate(std::uint32_t unit) {
   return unit >= 0xDC00 && unit < 0xE000;
 }
 
+std::uint32_t Unit(wchar_t c) {
+  return static_cast<std::make_unsigned_t<std::conditional_t<sizeof(wchar_t) == 2, std::int16_t, std::int32_t>>>(c);
+}
+
 // Takes one character off the front of `text`, two units of it where 16-bit wide characters need them.
 std::uint32_t TakeCharacter(std::wstring_view& text) {
-  const auto first = static_cast<std::uint32_t>(text.front());
+  const std::uint32_t first = Unit(text.front());
   text.remove_prefix(1);
-  if (IsHighSurrogate(first) && !text.empty() && IsLowSurrogate(static_cast<std::uint32_t>(text.front()))) {
-    const auto second = static_cast<std::uint32_t>(text.front());
+  if (IsHighSurrogate(first) && !text.empty() && IsLowSurrogate(Unit(text.front()))) {
+    const std::uint32_t second = Unit(text.front());
     text.remove_prefix(1);
     return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
   }
