@@ -17,6 +17,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint16_t kOpenLength = 0xFFFF;
 constexpr std::uint8_t kLz4Method = 3;
+constexpr std::size_t kIndexBytes = 4;  // ESC n
 
 void Add8(Bytes& bytes, std::uint8_t number) {
   bytes.push_back(number);
@@ -199,9 +200,14 @@ class JobEncoder {
     return label.Size() + 1;
   }
 
-  // The byte at `offset` behind the end of the label `index`; 0 behind the end of the job. Labels are near each other
-  // in size, so this looks at one or two of them.
+  // The byte at `offset` behind the end of the label `index`, as long as it can arrive before the next label is complete;
+  // from there on, and in the footer, it does no harm, and 0 stands for it. Without an end of its own, the next label is
+  // complete with the ESC n behind it.
   std::uint8_t ByteBehind(std::size_t index, std::size_t offset) const {
+    const std::size_t waitsFor = options_.labelEnd == LabelEnd::kNone ? kIndexBytes : 0;
+    if (offset >= labels_[index + 1].Size() + waitsFor) {
+      return 0;
+    }
     for (std::size_t next = index + 1; next < labels_.size(); ++next) {
       const EncodedLabel& label = labels_[next];
       for (const Bytes* part : {&label.front, &label.repeat, &label.back}) {
@@ -211,12 +217,11 @@ class JobEncoder {
         offset -= part->size();
       }
     }
-    return offset < footer_.size() ? footer_[offset] : std::uint8_t{0};
+    return 0;
   }
 
-  // Backwards, because what stands behind a label decides about it. The last label has only the footer behind it, which
-  // is shorter than any label. Each repeated command moves the place by three bytes, so the loop ends, if not before,
-  // at the end of the job.
+  // Backwards, because what stands behind a label decides about it. The last label has only the footer behind it. Each
+  // repeated command moves the place by three bytes, so the loop ends, if not before, at the next label's end.
   void KeepEndsUnmistakable() {
     for (std::size_t index = labels_.size() - 1; index-- > 0;) {
       EncodedLabel& label = labels_[index];

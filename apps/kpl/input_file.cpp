@@ -28,6 +28,7 @@ using std::string_view_literals::operator""sv;
 // The first match wins. What is only here for its words are the files that people reach for by mistake.
 constexpr std::array kSignatures = {
     Signature{"\x89PNG\r\n\x1A\n"sv, InputKind::kPng, "a PNG picture"},
+    Signature{"\x89PNG"sv, InputKind::kUnknown, "a PNG picture with a damaged signature, perhaps copied as text"},
     Signature{"\xFF\xD8\xFF"sv, InputKind::kUnknown, "a JPEG picture"},
     Signature{"GIF8"sv, InputKind::kUnknown, "a GIF picture"},
     Signature{"BM"sv, InputKind::kUnknown, "a BMP picture"},

@@ -60,7 +60,7 @@ inline constexpr std::uint32_t kMaxLabelLines = 65534;
 inline constexpr std::uint64_t kMaxSourcePixels = std::uint64_t{64} << 20;
 
 struct PictureOptions {
-  std::optional<std::uint32_t> width;  // dots of the label; absent: the picture's own
+  std::optional<std::uint32_t> width = std::nullopt;  // dots of the label; absent: the picture's own
   Fit fit = Fit::kPad;
   Rotation rotation = Rotation::kNone;
   Dithering dithering = Dithering::kThreshold;
