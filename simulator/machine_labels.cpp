@@ -141,7 +141,7 @@ Microseconds VirtualPrinter::Machine::PrintingTime(const PrintedLabel& label) co
   const double seconds = label.lines / kLinesPerMillimetre / *settings.millimetresPerSecond;
   // Far beyond any label; keeps the conversion in range for absurd speeds.
   constexpr double kMost = 1e12;
-  return static_cast<Microseconds>(std::ceil(std::min(seconds * 1e6, kMost)));
+  return static_cast<Microseconds>(std::llround(std::min(seconds * 1e6, kMost)));
 }
 
 }  // namespace simulator
