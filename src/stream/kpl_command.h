@@ -8,7 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
+#include <span>
 #include <string_view>
 
 namespace sc3xxmon {
@@ -99,6 +99,29 @@ inline constexpr std::array<std::uint8_t, 256> kFixedLengths = FixedLengths();
 // Length of a command without its raster bytes; 0 for a letter that isn't in the table.
 inline std::uint8_t FixedLength(std::uint8_t letter) {
   return kFixedLengths[letter];
+}
+
+// Length of what follows the fixed part. `command` holds the whole fixed part.
+inline std::uint32_t TrailingBytes(const std::uint8_t* command) {
+  switch (command[1]) {
+    case 'D':
+      return RasterDescriptor::At(command + kRasterDescriptorOffset).RasterSize();
+    case 'Z':
+      return ReadLittle32(command + kCompressedSizeOffset);
+    default:
+      return 0;
+  }
+}
+
+// The whole length of the command at the front of `bytes`, as far as it can be told: 0 where no command stands or its
+// fixed part isn't complete.
+inline std::uint64_t AnnouncedLength(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() < 2 || bytes[0] != kEsc) {
+    return 0;
+  }
+  const std::uint8_t fixedLength = FixedLength(bytes[1]);
+  const bool known = fixedLength != 0 && bytes.size() >= fixedLength;
+  return known ? std::uint64_t{fixedLength} + TrailingBytes(bytes.data()) : 0;
 }
 
 // Commands that may stand between the end of one label and the index of the next: the label's inter-page header.

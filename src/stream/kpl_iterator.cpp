@@ -3,22 +3,6 @@
 #include "diag/debug_log.h"
 
 namespace sc3xxmon {
-namespace {
-
-// Length of what follows the fixed part. `command` holds the whole fixed part.
-std::uint32_t TrailingBytes(const std::uint8_t* command) {
-  switch (command[1]) {
-    case 'D':
-      return RasterDescriptor::At(command + kRasterDescriptorOffset).RasterSize();
-    case 'Z':
-      return ReadLittle32(command + kCompressedSizeOffset);
-    default:
-      return 0;
-  }
-}
-
-}  // namespace
-
 CKplIterator::CKplIterator(const std::uint8_t* data, std::uint64_t size) : Data(data), Size(size) {
   if (!ReadNext()) {
     *this = CKplIterator();
@@ -57,7 +41,7 @@ bool CKplIterator::ReadNext() {
   if (remaining < fixedLength) {
     return false;
   }
-  const std::uint64_t length = fixedLength + TrailingBytes(command);
+  const std::uint64_t length = fixedLength + kpl::TrailingBytes(command);
   if (remaining < length) {
     return false;
   }

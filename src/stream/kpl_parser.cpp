@@ -289,11 +289,38 @@ void CKplParser::Reset() {
 }
 
 void CKplParser::AppendToBuffer(Bytes bytes) {
+  if (bytes.size() > buffer_.capacity() - buffer_.size()) {
+    buffer_.reserve(RoomToGrowTo(bytes.size()));
+  }
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
 }
 
+// A label in pieces is held here until its last byte, and once more as the old storage is copied into the new or the
+// label into its record. So the room is made for what its raster's head announces, or else in steps of an eighth:
+// doubling would hold the label three times over.
+std::size_t CKplParser::RoomToGrowTo(std::size_t added) const {
+  constexpr std::size_t kBelievedLength = std::size_t{64} << 20;  // beyond any label; a damaged head says anything
+  constexpr std::size_t kFormFeedRoom = 16;
+  const std::size_t needed = buffer_.size() + added;
+  const std::size_t scanned = std::min<std::size_t>(labelScan_.position, buffer_.size());
+  const std::uint64_t announced = scanned + kpl::AnnouncedLength(Bytes(buffer_).subspan(scanned));
+  if (announced > needed && announced <= kBelievedLength) {
+    return static_cast<std::size_t>(announced) + added + kFormFeedRoom;
+  }
+  return needed + needed / 8;
+}
+
+// The storage is kept for the next label unless it is large: then it would stand beside the record that has just been
+// made from it.
 void CKplParser::DropFromBuffer(std::size_t kept) {
+  constexpr std::size_t kKeptRoom = std::size_t{1} << 20;
+  if (kept == buffer_.size()) {
+    return;
+  }
   buffer_.erase(buffer_.begin(), buffer_.end() - static_cast<std::ptrdiff_t>(kept));
+  if (buffer_.capacity() - kept > kKeptRoom) {
+    buffer_.shrink_to_fit();
+  }
 }
 
 void CKplParser::ForgetScans() {

@@ -99,6 +99,7 @@ class CKplParser {
   void KeepLabel(Bytes label, std::uint32_t betweenLabels);
   void DumpLabelRaster(const KplLabel& label) const;
   void AppendToBuffer(Bytes bytes);
+  std::size_t RoomToGrowTo(std::size_t added) const;
   void DropFromBuffer(std::size_t kept);
   void ForgetScans();
 
