@@ -26,6 +26,29 @@ inline std::string Writes(const ByteString& bytes) {
   return "write " + Brief(bytes);
 }
 
+// What the printer is going to answer to status requests, in order, in one of the two forms of its record.
+class PrinterScript {
+ public:
+  using Form = ByteString (*)(const StatusFields&);
+  PrinterScript(ScriptedPort& port, Form form) : port_(port), form_(form) {}
+
+  PrinterScript& Answers(const StatusFields& fields) {
+    port_.Answers(form_(fields));
+    return *this;
+  }
+  // For a state that is looked at a second time.
+  PrinterScript& AnswersTwice(const StatusFields& fields) { return Answers(fields).Answers(fields); }
+  // Both looks of one round fail.
+  PrinterScript& IsAway() {
+    port_.FailsRead().FailsRead();
+    return *this;
+  }
+
+ private:
+  ScriptedPort& port_;
+  Form form_;
+};
+
 class PrintingFixture : public MonitorFixture {
  protected:
   // Option and debug settings are read again after each, as a load of the library would. A debug setting switches the
@@ -84,6 +107,9 @@ class PrintingFixture : public MonitorFixture {
     }
     return false;
   }
+
+  PrinterScript printer{port, PlainStatus};  // answers as the desktop models do
+  PrinterScript tape{port, EscSStatus};      // answers as the tape models do
 
   static constexpr DWORD kUntouched = 0xDEADBEEF;
   DWORD written = kUntouched;
