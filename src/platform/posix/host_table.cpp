@@ -1,5 +1,6 @@
 #include "platform/posix/host_table.h"
 
+#include <cstddef>
 #include <cstring>
 
 namespace sc3xxmon::platform {
@@ -26,7 +27,9 @@ int Sc3xxSetHost(const Sc3xxHost* host) {
     return 0;
   }
   Sc3xxHost copy{};
-  std::memcpy(&copy, host, host->size < sizeof(copy) ? host->size : sizeof(copy));
+  // Whole members only: half a function's address is no function.
+  const std::size_t known = host->size / sizeof(void*) * sizeof(void*);
+  std::memcpy(&copy, host, known < sizeof(copy) ? known : sizeof(copy));
   currentHost = copy;
   return 1;
 }
