@@ -67,6 +67,9 @@ DoorTest::~DoorTest() {
     End(open);
     Close(open);
   }
+  // The log stays off until the next test wants it.
+  host.ForgetValues();
+  LoadMonitor();
 }
 
 void DoorTest::LoadMonitor() {

@@ -1,0 +1,12 @@
+# The library lets out exactly the door: cmake -DNM=nm -DLIBRARY=libsc3xxmon.so -P check_exports.cmake
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE listing RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${NM} can't read ${LIBRARY}")
+endif()
+string(REGEX REPLACE "[^\n]* ([^ \n]+)\n" "\\1;" names "${listing}")
+list(REMOVE_ITEM names "")
+list(SORT names)
+set(expected InitializePrintMonitor2 Sc3xxSetHost)
+if(NOT names STREQUAL expected)
+  message(FATAL_ERROR "${LIBRARY} exports\n  ${names}\nand should export\n  ${expected}")
+endif()
