@@ -53,6 +53,7 @@ class DevicePort {
   bool Write(const BYTE* buffer, DWORD size, DWORD* written);
   bool Read(BYTE* buffer, DWORD size, DWORD* read);
   Readiness WaitFor(short events, const Limit& limit);
+  bool HungUp() const;
   bool Fail(int systemError, const std::string& words);
   bool FailTimedOut(const char* what, DWORD count, DWORD size);
   bool Lose(int systemError);

@@ -113,15 +113,12 @@ struct DevicePort::Limit {
       return -1;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end - Clock::now()).count();
-    return static_cast<int>(
-        std::clamp<long long>(left, 0, static_cast<long long>(std::numeric_limits<int>::max())));
+    return static_cast<int>(std::clamp<long long>(left, 0, static_cast<long long>(std::numeric_limits<int>::max())));
   }
 
   bool Passed() const { return end && Clock::now() >= *end; }
 
-  Limit EarlierOf(const Limit& other) const {
-    return !end || (other.end && *other.end < *end) ? other : *this;
-  }
+  Limit EarlierOf(const Limit& other) const { return !end || (other.end && *other.end < *end) ? other : *this; }
 };
 
 DevicePort::DevicePort(std::string path) : path_(std::move(path)), timeouts_(kFirstTimeouts) {}
@@ -181,8 +178,7 @@ bool DevicePort::Open() {
   struct stat info {};
   if (Uninterrupted([&] { return stat(path_.c_str(), &info); }) != 0) {
     const int systemError = errno;
-    return Fail(systemError,
-                std::generic_category().message(systemError) + std::string(AdviceFor(systemError)));
+    return Fail(systemError, std::generic_category().message(systemError) + std::string(AdviceFor(systemError)));
   }
   if (!S_ISCHR(info.st_mode) && !S_ISSOCK(info.st_mode)) {
     return Fail(EINVAL, "neither a printer's device file nor a socket; give a path such as /dev/usb/lp0");
@@ -192,12 +188,10 @@ bool DevicePort::Open() {
 }
 
 bool DevicePort::OpenDevice() {
-  descriptor_ =
-      Uninterrupted([&] { return open(path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY); });
+  descriptor_ = Uninterrupted([&] { return open(path_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC | O_NOCTTY); });
   if (descriptor_ < 0) {
     const int systemError = errno;
-    return Fail(systemError,
-                std::generic_category().message(systemError) + std::string(AdviceFor(systemError)));
+    return Fail(systemError, std::generic_category().message(systemError) + std::string(AdviceFor(systemError)));
   }
   termios line{};
   if (tcgetattr(descriptor_, &line) == 0) {  // a serial line would otherwise translate line ends and echo
@@ -218,13 +212,11 @@ bool DevicePort::ConnectSocket() {
   const void* const anyAddress = &address;
   descriptor_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (descriptor_ < 0 || Uninterrupted([&] {
-                           return connect(descriptor_, static_cast<const sockaddr*>(anyAddress),
-                                          sizeof(address));
+                           return connect(descriptor_, static_cast<const sockaddr*>(anyAddress), sizeof(address));
                          }) != 0) {
     const int systemError = errno;
     CloseDevice();
-    return Fail(systemError,
-                std::generic_category().message(systemError) + std::string(AdviceFor(systemError)));
+    return Fail(systemError, std::generic_category().message(systemError) + std::string(AdviceFor(systemError)));
   }
   return true;
 }
@@ -277,6 +269,13 @@ DevicePort::Readiness DevicePort::WaitFor(short events, const Limit& limit) {
   return (waited.revents & events) != 0 ? Readiness::kReady : Readiness::kHungUp;
 }
 
+// An empty read alone doesn't tell a device with nothing to say from a line whose other end is gone.
+bool DevicePort::HungUp() const {
+  pollfd looked{descriptor_, 0, 0};
+  return Uninterrupted([&] { return poll(&looked, 1, 0); }) > 0 &&
+         (looked.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+}
+
 bool DevicePort::Write(const BYTE* buffer, DWORD size, DWORD* written) {
   *written = 0;
   if (descriptor_ < 0) {
@@ -287,9 +286,8 @@ bool DevicePort::Write(const BYTE* buffer, DWORD size, DWORD* written) {
   while (*written < size) {
     const BYTE* const rest = buffer + *written;
     const std::size_t length = size - *written;
-    const ssize_t count = Uninterrupted([&] {
-      return isSocket_ ? send(descriptor_, rest, length, MSG_NOSIGNAL) : write(descriptor_, rest, length);
-    });
+    const ssize_t count = Uninterrupted(
+        [&] { return isSocket_ ? send(descriptor_, rest, length, MSG_NOSIGNAL) : write(descriptor_, rest, length); });
     if (count > 0) {
       *written += static_cast<DWORD>(count);
       continue;
@@ -317,9 +315,8 @@ bool DevicePort::Read(BYTE* buffer, DWORD size, DWORD* read) {
     const ssize_t count = Uninterrupted([&] { return ::read(descriptor_, buffer + *read, size - *read); });
     if (count > 0) {
       *read += static_cast<DWORD>(count);
-      silence = timeouts_.ReadIntervalTimeout == 0
-                    ? limit
-                    : limit.EarlierOf(Limit::After(timeouts_.ReadIntervalTimeout));
+      silence =
+          timeouts_.ReadIntervalTimeout == 0 ? limit : limit.EarlierOf(Limit::After(timeouts_.ReadIntervalTimeout));
       continue;
     }
     if (count == 0 && isSocket_) {
@@ -327,6 +324,9 @@ bool DevicePort::Read(BYTE* buffer, DWORD size, DWORD* read) {
     }
     if (count < 0 && errno != EAGAIN && errno != EWOULDBLOCK) {
       return Lose(errno);
+    }
+    if (count == 0 && HungUp()) {
+      return Lose(ENODEV);
     }
     if (count == 0) {
       poll(nullptr, 0, kEmptyReadPauseMs);

@@ -56,8 +56,7 @@ std::vector<simulator::PrintedLabel> VirtualPort::TakePrinted() {
 
 std::vector<simulator::Exchange> VirtualPort::TakeTranscript() {
   std::vector<simulator::Exchange> exchanges;
-  ports_.WithPrinter(kPortName,
-                     [&](simulator::VirtualPrinter& printer) { exchanges = printer.TakeTranscript(); });
+  ports_.WithPrinter(kPortName, [&](simulator::VirtualPrinter& printer) { exchanges = printer.TakeTranscript(); });
   return exchanges;
 }
 
@@ -65,10 +64,9 @@ std::size_t VirtualPort::LabelsToBeSentAgain() {
   std::size_t count = 0;
   ports_.WithPrinter(kPortName, [&](simulator::VirtualPrinter& printer) {
     const auto& dropped = printer.Dropped();
-    count = static_cast<std::size_t>(
-        std::count_if(dropped.begin(), dropped.end(), [](const simulator::DroppedLabel& label) {
-          return label.reason != simulator::DropReason::kCancelled;
-        }));
+    count = static_cast<std::size_t>(std::count_if(
+        dropped.begin(), dropped.end(),
+        [](const simulator::DroppedLabel& label) { return label.reason != simulator::DropReason::kCancelled; }));
   });
   return count;
 }

@@ -131,6 +131,7 @@ class Reader {
 
   void ReadNumbers(const toml::key& tableName, const toml::node& node, std::wstring_view key,
                    std::span<const std::string_view> known) {
+    settings_.AddKey(key);
     for (auto&& [name, value] : Table(tableName, node)) {
       if (std::find(known.begin(), known.end(), name.str()) == known.end()) {
         Fail(name.source(), "unknown name \"" + std::string(name.str()) + "\" in [" + std::string(tableName.str()) +
@@ -143,6 +144,7 @@ class Reader {
   void ReadNamedKeys(const toml::key& tableName, const toml::node& node, std::wstring_view prefix) {
     for (auto&& [keyName, keyNode] : Table(tableName, node)) {
       const std::wstring key = std::wstring(prefix) + FromUtf8(keyName.str());
+      settings_.AddKey(key);
       for (auto&& [name, value] : Table(keyName, keyNode)) {
         if (value.is_integer()) {
           settings_.SetNumber(key, FromUtf8(name.str()), Number(name, value));
@@ -199,6 +201,10 @@ SettingsFile SettingsFile::LoadDefault() {
     return Load(named);
   }
   return std::ifstream(kDefaultPath).good() ? Load(kDefaultPath) : SettingsFile();
+}
+
+void SettingsFile::AddKey(std::wstring_view key) {
+  keys_[LowerAscii(key)];
 }
 
 void SettingsFile::SetNumber(std::wstring_view key, std::wstring_view name, std::uint32_t number) {

@@ -55,6 +55,9 @@ class SettingsFile {
   // the value of that name under the empty key. Never throws but for lack of memory.
   LONG Query(LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size) const;
 
+  // Makes a key that exists even if it holds no value.
+  void AddKey(std::wstring_view key);
+
   // Adds a value or replaces the one that is there.
   void SetNumber(std::wstring_view key, std::wstring_view name, std::uint32_t number);
   void SetText(std::wstring_view key, std::wstring_view name, std::wstring_view text);
