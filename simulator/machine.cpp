@@ -2,6 +2,7 @@
 #include "simulator/machine.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -69,25 +70,32 @@ TransferPlan VirtualPrinter::Machine::BeginTransfer(ClientId id, TransferDirecti
   Advance(now);
   ++counts.transferCalls;
   Apply(faults_.Begin(FaultTrigger::kCall, counts.transferCalls, now_));
-  TransferPlan plan;
-  const bool writes = direction == TransferDirection::kWrite;
-  const auto play = [&](FaultKind kind, bool fails, bool takesSome) {
-    const Fault* fault = faults_.Standing(kind);
-    if (fault == nullptr) return false;
-    plan.fails = fails;
-    plan.limit = takesSome ? fault->value : 0;
-    Apply(faults_.Spend(kind));
-    return true;
-  };
-  if (Find(id) == nullptr)
-    plan = {true, 0};
-  else if (play(FaultKind::kPowerOff, true, false)) {
-  } else if (writes && play(FaultKind::kWriteFails, true, true)) {
-  } else if (writes && play(FaultKind::kWriteTakesPart, false, true)) {
-  } else if (!writes && play(FaultKind::kReadFails, true, false)) {
-  }
+  const TransferPlan plan = Find(id) == nullptr ? TransferPlan{true, 0} : PlanTransfer(direction);
   Settle();
   return plan;
+}
+
+// The first fault that has a say in the call plays its part and is used up by it.
+TransferPlan VirtualPrinter::Machine::PlanTransfer(TransferDirection direction) {
+  struct Part {
+    FaultKind kind;
+    bool inWrites;
+    bool inReads;
+    bool fails;
+  };
+  constexpr std::array<Part, 4> kParts{{{FaultKind::kPowerOff, true, true, true},
+                                        {FaultKind::kWriteFails, true, false, true},
+                                        {FaultKind::kWriteTakesPart, true, false, false},
+                                        {FaultKind::kReadFails, false, true, true}}};
+  for (const Part& part : kParts) {
+    const Fault* fault = faults_.Standing(part.kind);
+    const bool here = direction == TransferDirection::kWrite ? part.inWrites : part.inReads;
+    if (fault == nullptr || !here) continue;
+    const TransferPlan plan{part.fails, fault->value};
+    Apply(faults_.Spend(part.kind));
+    return plan;
+  }
+  return {};
 }
 
 // Without a limit there is always room. A label that nothing stands before goes straight to the print head.
@@ -100,13 +108,25 @@ std::size_t VirtualPrinter::Machine::Room(const Client& client) const {
   return held >= size ? 0 : size - static_cast<std::size_t>(held);
 }
 
+// A full buffer still lets a request or a control command through where a command begins, so that a host can ask what
+// the matter is, and give up. Gives the bytes of that command.
+std::size_t VirtualPrinter::Machine::ControlCommandAhead(const Client& client,
+                                                         std::span<const std::uint8_t> bytes) const {
+  if (client.reader.Incomplete() || client.unreadBytes >= kMostUnreadBytes) return 0;
+  if (bytes.size() < 2 || bytes[0] != kEscape) return 0;
+  const std::uint8_t letter = bytes[1];
+  if (letter == 'A') return bytes.size() < 3 ? 0 : 3;
+  return letter == 'V' || letter == 'G' || letter == 'E' || letter == 'Q' ? 2 : 0;
+}
+
 std::size_t VirtualPrinter::Machine::Write(ClientId id, std::span<const std::uint8_t> bytes, std::uint64_t now) {
   Advance(now);
   Client* client = Find(id);
   if (client == nullptr) return 0;
   std::size_t taken = 0;
   while (taken < bytes.size() && PoweredOn()) {
-    const std::size_t piece = std::min(Room(*client), bytes.size() - taken);
+    std::size_t piece = std::min(Room(*client), bytes.size() - taken);
+    if (piece == 0) piece = ControlCommandAhead(*client, bytes.subspan(taken));
     client->full = piece == 0;
     if (piece == 0) break;
     client->lastByteAt = now_;

@@ -125,7 +125,9 @@ class VirtualPrinter::Machine {
 
   // machine.cpp: clients and time
   Client* Find(ClientId id);
+  TransferPlan PlanTransfer(TransferDirection direction);
   std::size_t Room(const Client& client) const;
+  std::size_t ControlCommandAhead(const Client& client, std::span<const std::uint8_t> bytes) const;
   void RunUntil(Microseconds time);
   std::optional<Microseconds> NextChange() const;
   std::optional<Microseconds> SilenceEnds(const Client& client) const;

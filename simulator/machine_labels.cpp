@@ -110,6 +110,7 @@ bool VirtualPrinter::Machine::Print() {
     if (!front.printing) StartFront();
     if (front.finishAt > now_) return finished;
     FinishFront();
+    AnswerAll();  // what is out is acknowledged before the next label can go wrong
     finished = true;
   }
   return finished;

@@ -112,6 +112,16 @@ TEST_F(PacingTest, StandsStillBehindAnErrorAndTakesNoMore) {
   EXPECT_GT(Printer().Write(Host(), label, now), 0u);
 }
 
+TEST_F(PacingTest, AnswersRequestsThroughAFullBuffer) {
+  settings.receiveBufferBytes = 100;
+  AddFault("bay=2@label:1");
+  Send(JobStart() + Label(1, 300));
+  EXPECT_EQ(Printer().Write(Host(), Label(2, 300), now), 0u);
+  EXPECT_EQ(StatusAfter(0), 2);
+  Send(LongFormFeed() + EndOfJob());
+  EXPECT_FALSE(Printer().JobOpen());
+}
+
 TEST_F(PacingTest, SaysWhatItIsDoing) {
   EXPECT_EQ(Printer().View().state, "ready");
   Send(JobStart());
