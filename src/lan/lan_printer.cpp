@@ -54,12 +54,16 @@ bool CLanPrinter::StartDoc(const wchar_t* name) {
     const std::lock_guard lock(mutex_);
     printerName = name;
   }
-  hostName = GetPrinterHostName(name);
+  const std::wstring host = GetPrinterHostName(name);
+  {
+    const std::lock_guard lock(mutex_);
+    hostName = host;
+  }
   return Connect();
 }
 
 bool CLanPrinter::OpenConnection() {
-  if (Connection() != nullptr) {
+  if (IsConnected()) {
     return false;
   }
   if (!Connect()) {
@@ -73,10 +77,11 @@ void CLanPrinter::CloseConnection() {
 }
 
 bool CLanPrinter::Connect() {
-  if (hostName.empty()) {
+  const std::wstring host = HostName();
+  if (host.empty()) {
     return false;
   }
-  const HostAddresses addresses = ResolveHostAddresses(hostName);
+  const HostAddresses addresses = ResolveHostAddresses(host);
   const bool isIPv4 = !addresses.ipv4.empty();
   const std::wstring& address = isIPv4 ? addresses.ipv4 : addresses.ipv6;
   if (address.empty()) {
@@ -91,9 +96,22 @@ std::wstring CLanPrinter::PrinterName() const {
   return printerName;
 }
 
-std::shared_ptr<KovaTcpIp> CLanPrinter::Connection() const {
+std::wstring CLanPrinter::HostName() const {
   const std::lock_guard lock(mutex_);
-  return connection_;
+  return hostName;
+}
+
+bool CLanPrinter::IsConnected() const {
+  const std::lock_guard lock(mutex_);
+  return connection_ != nullptr;
+}
+
+CLanPrinter::Link CLanPrinter::CurrentLink() const {
+  const std::lock_guard lock(mutex_);
+  if (connection_ == nullptr) {
+    throw CommunicationException("Socket is not created");
+  }
+  return {connection_, readTimeoutMs_, writeTimeoutMs_};
 }
 
 // What stood before is closed after the lock has been given back.
@@ -103,19 +121,13 @@ void CLanPrinter::SetConnection(std::shared_ptr<KovaTcpIp> connection) {
 }
 
 std::uint32_t CLanPrinter::Read(void* buffer, std::uint32_t size) {
-  const auto connection = Connection();
-  if (connection == nullptr) {
-    throw CommunicationException("Socket is not created");
-  }
-  return connection->Read(buffer, size, readTimeoutMs_);
+  const Link link = CurrentLink();
+  return link.connection->Read(buffer, size, link.readTimeoutMs);
 }
 
 std::uint32_t CLanPrinter::Write(const void* buffer, std::uint32_t size) {
-  const auto connection = Connection();
-  if (connection == nullptr) {
-    throw CommunicationException("Socket is not created");
-  }
-  return connection->Write(buffer, size, writeTimeoutMs_);
+  const Link link = CurrentLink();
+  return link.connection->Write(buffer, size, link.writeTimeoutMs);
 }
 
 bool CLanPrinter::SetTimeouts(std::uint32_t readTimeoutMs, std::uint32_t writeTimeoutMs) {
@@ -123,6 +135,7 @@ bool CLanPrinter::SetTimeouts(std::uint32_t readTimeoutMs, std::uint32_t writeTi
     platform::SetLastErrorCode(ERROR_INVALID_PARAMETER);
     return false;
   }
+  const std::lock_guard lock(mutex_);
   readTimeoutMs_ = readTimeoutMs;
   writeTimeoutMs_ = writeTimeoutMs;
   return true;

@@ -76,16 +76,28 @@ class CLanPrinter {
   // The spooler's printer name; empty until the first document. Any thread: opening another port asks for it.
   std::wstring PrinterName() const;
 
+  // As the port's entry gives it; empty until the first document.
+  std::wstring HostName() const;
+
   const std::wstring portName;
-  std::wstring hostName;  // as the port's entry gives it; empty until the first document
   const LanPrinterKey key;
 
  private:
-  std::shared_ptr<KovaTcpIp> Connection() const;
+  // The connection as a transfer needs it, with the time-outs of that moment.
+  struct Link {
+    std::shared_ptr<KovaTcpIp> connection;
+    std::uint32_t readTimeoutMs;
+    std::uint32_t writeTimeoutMs;
+  };
+
+  // Throws CommunicationException "Socket is not created".
+  Link CurrentLink() const;
+  bool IsConnected() const;
   void SetConnection(std::shared_ptr<KovaTcpIp> connection);
 
-  mutable std::mutex mutex_;  // guards printerName and connection_, never held across a transfer
+  mutable std::mutex mutex_;  // guards what follows; never held across a transfer, a look-up or a connect
   std::wstring printerName;
+  std::wstring hostName;
   std::shared_ptr<KovaTcpIp> connection_;
   std::uint32_t readTimeoutMs_;
   std::uint32_t writeTimeoutMs_;

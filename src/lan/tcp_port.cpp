@@ -95,16 +95,16 @@ BOOL TransferOnce(CLanPrinter& printer, const char* function, Tell tell, LPDWORD
 // one that was made for this transfer has not.
 template <class Transfer>
 BOOL TransferRecovering(CLanPrinter& printer, const char* function, Tell tell, LPDWORD moved, Transfer transfer) {
-  for (;;) {
-    bool fresh = true;
-    const BOOL result = TransferOnce(printer, function, tell, moved, [&] {
+  bool fresh = true;
+  const auto attempt = [&] {
+    fresh = true;  // stays so where no connection can be made
+    return TransferOnce(printer, function, tell, moved, [&] {
       fresh = printer.OpenConnection();
       return transfer();
     });
-    if (result != FALSE || fresh) {
-      return result;
-    }
-  }
+  };
+  const BOOL result = attempt();
+  return result != FALSE || fresh ? result : attempt();
 }
 
 BOOL WritePort_Recover(CLanPrinter& printer, const void* buffer, DWORD size, LPDWORD written) {

@@ -5,7 +5,8 @@
 // touched. On a failure the thread's last-error value holds the reason, in Windows Sockets numbers on every system.
 //
 // What differs between systems: a read takes what the first arrival brings on both, whole or not; a write is one
-// operation on Windows and as many as it needs elsewhere, and either way all is taken or the call fails.
+// operation on Windows and as many as it needs elsewhere, and either way all is taken or the call fails. Closing with
+// bytes unread resets the connection on Windows; elsewhere they are thrown away and it ends in order.
 #pragma once
 
 #include <array>
@@ -34,9 +35,10 @@ void StopSockets();
 
 // kNoSocket on failure.
 SocketHandle OpenTcpSocket(AddressFamily family);
-// Ends both directions and closes. Results are ignored.
+// Ends both directions and closes. Results are ignored. Bytes on their way to the printer still go there.
 void CloseTcpSocket(SocketHandle socket);
-// Blocks until the connection stands or the system gives up.
+// Blocks until the connection stands or the system gives up. An address of zero is refused (10049): it never stands for
+// this machine.
 bool ConnectTcpSocket(SocketHandle socket, const SocketAddress& address);
 
 enum class TransferOutcome : std::uint8_t {
@@ -52,6 +54,7 @@ struct Transfer {
   std::uint32_t count = 0;
 };
 
+// A time-out of 0xFFFFFFFF never passes.
 Transfer ReceiveBytes(SocketHandle socket, void* buffer, std::uint32_t size, std::uint32_t timeoutMs);
 Transfer SendBytes(SocketHandle socket, const void* buffer, std::uint32_t size, std::uint32_t timeoutMs);
 

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -23,8 +24,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// The handle is the descriptor plus one: a process that has closed its standard input gets descriptor 0 for a socket, and
+// a handle of 0 is none.
+SocketHandle ToHandle(int descriptor) {
+  return static_cast<SocketHandle>(descriptor) + 1;
+}
 int Descriptor(SocketHandle socket) {
-  return static_cast<int>(socket);
+  return static_cast<int>(socket - 1);
 }
 
 template <class Address>
@@ -34,6 +40,12 @@ SocketAddress Pack(const Address& address) {
   std::memcpy(packed.bytes.data(), &address, sizeof(address));
   packed.length = sizeof(address);
   return packed;
+}
+
+// The longest time-out of all is none, as it is for the waits of Windows Sockets.
+Clock::time_point DeadlineAfter(std::uint32_t timeoutMs) {
+  constexpr std::uint32_t kNever = 0xFFFFFFFF;
+  return timeoutMs == kNever ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(timeoutMs);
 }
 
 int RemainingMs(Clock::time_point deadline) {
@@ -51,12 +63,12 @@ Wait WaitFor(int descriptor, short events, Clock::time_point deadline) {
     if (ready > 0) {
       return Wait::kReady;  // an error or a hang-up shows in the transfer itself
     }
-    if (ready == 0) {
-      return Wait::kTimedOut;
-    }
-    if (errno != EINTR) {
+    if (ready < 0 && errno != EINTR) {
       StoreSocketError();
       return Wait::kFailed;
+    }
+    if (ready == 0 && Clock::now() >= deadline) {
+      return Wait::kTimedOut;
     }
   }
 }
@@ -101,6 +113,42 @@ void Configure(int descriptor) {
   setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
+// The address that stands for no address. This system would take it for its own loopback address, and whatever listens
+// there for the printer.
+bool IsUnspecified(const SocketAddress& address) {
+  sockaddr_in ipv4{};
+  std::memcpy(&ipv4, address.bytes.data(), sizeof(ipv4));
+  if (ipv4.sin_family == AF_INET) {
+    return ipv4.sin_addr.s_addr == htonl(INADDR_ANY);
+  }
+  sockaddr_in6 ipv6{};
+  std::memcpy(&ipv6, address.bytes.data(), sizeof(ipv6));
+  return IN6_IS_ADDR_UNSPECIFIED(&ipv6.sin6_addr) != 0;
+}
+
+// Waits for a connection whose making was interrupted: it goes on all the same, and a second call would only say so.
+bool AwaitConnection(int descriptor) {
+  if (WaitFor(descriptor, POLLOUT, Clock::time_point::max()) != Wait::kReady) {
+    return false;
+  }
+  int error = 0;
+  socklen_t length = sizeof(error);
+  if (getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
+    return false;
+  }
+  errno = error;
+  return error == 0;
+}
+
+// A socket that is closed with bytes unread resets the connection, and the printer may lose with it what it had not
+// looked at yet: the end of the job. What came unasked is therefore thrown away first, as far as it is here.
+void DiscardUnread(int descriptor) {
+  constexpr int kMostPieces = 64;
+  std::array<std::byte, 4096> piece;
+  for (int i = 0; i < kMostPieces && recv(descriptor, piece.data(), piece.size(), MSG_DONTWAIT) > 0; ++i) {
+  }
+}
+
 }  // namespace
 
 SocketAddress MakeSocketAddress(const wchar_t* address, AddressFamily family, std::uint16_t port) {
@@ -133,31 +181,28 @@ SocketHandle OpenTcpSocket(AddressFamily family) {
     return kNoSocket;
   }
   Configure(descriptor);
-  return static_cast<SocketHandle>(descriptor);
+  return ToHandle(descriptor);
 }
 
 void CloseTcpSocket(SocketHandle socket) {
-  shutdown(Descriptor(socket), SHUT_RDWR);
-  close(Descriptor(socket));
+  const int descriptor = Descriptor(socket);
+  DiscardUnread(descriptor);
+  shutdown(descriptor, SHUT_RDWR);
+  close(descriptor);
 }
 
 bool ConnectTcpSocket(SocketHandle socket, const SocketAddress& address) {
   const int descriptor = Descriptor(socket);
-  int result = connect(descriptor, reinterpret_cast<const sockaddr*>(address.bytes.data()), address.length);
-  if (result != 0 && errno == EINTR) {
-    // The connection goes on being made; a second call would only say so.
-    pollfd entry{descriptor, POLLOUT, 0};
-    while (poll(&entry, 1, -1) < 0 && errno == EINTR) {
-    }
-    int error = 0;
-    socklen_t length = sizeof(error);
-    result = getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length);
-    if (result == 0 && error != 0) {
-      errno = error;
-      result = -1;
-    }
+  if (IsUnspecified(address)) {
+    errno = EADDRNOTAVAIL;
+    StoreSocketError();
+    return false;
   }
-  if (result != 0 || fcntl(descriptor, F_SETFL, O_NONBLOCK) != 0) {
+  bool connected = connect(descriptor, reinterpret_cast<const sockaddr*>(address.bytes.data()), address.length) == 0;
+  if (!connected && errno == EINTR) {
+    connected = AwaitConnection(descriptor);
+  }
+  if (!connected || fcntl(descriptor, F_SETFL, O_NONBLOCK) != 0) {
     StoreSocketError();
     return false;
   }
@@ -165,17 +210,20 @@ bool ConnectTcpSocket(SocketHandle socket, const SocketAddress& address) {
 }
 
 Transfer ReceiveBytes(SocketHandle socket, void* buffer, std::uint32_t size, std::uint32_t timeoutMs) {
-  const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  const auto deadline = DeadlineAfter(timeoutMs);
   return MoveOnce(Descriptor(socket), POLLIN, deadline, [&] { return recv(Descriptor(socket), buffer, size, 0); });
 }
 
 Transfer SendBytes(SocketHandle socket, const void* buffer, std::uint32_t size, std::uint32_t timeoutMs) {
-  const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  const auto deadline = DeadlineAfter(timeoutMs);
   const auto* bytes = static_cast<const std::byte*>(buffer);
   std::uint32_t sent = 0;
   while (sent < size) {
     const Transfer part = MoveOnce(Descriptor(socket), POLLOUT, deadline,
                                    [&] { return send(Descriptor(socket), bytes + sent, size - sent, MSG_NOSIGNAL); });
+    if (part.outcome == TransferOutcome::kCallFailed && sent > 0) {
+      return {TransferOutcome::kResultFailed, sent};
+    }
     if (part.outcome != TransferOutcome::kCompleted) {
       return {part.outcome, sent};
     }
