@@ -27,12 +27,4 @@ class InterruptWatch {
   std::thread listener_;
 };
 
-// A reader of our output that goes away must not kill a program that has a printer in its hands.
-void IgnoreBrokenPipes();
-
-// Whether a stream of the C library's number (1 standard output, 2 standard error) is a terminal, and how
-// wide it is.
-bool IsTerminal(int descriptor);
-unsigned TerminalColumns(int descriptor);
-
 }  // namespace sc3xx

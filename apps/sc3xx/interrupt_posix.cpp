@@ -1,7 +1,6 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
@@ -78,21 +77,6 @@ InterruptWatch::~InterruptWatch() {
   close(wakePipe[0]);
   close(wakePipe[1]);
   wakePipe = {-1, -1};
-}
-
-void IgnoreBrokenPipes() {
-  struct sigaction ignore {};
-  ignore.sa_handler = SIG_IGN;
-  sigaction(SIGPIPE, &ignore, nullptr);
-}
-
-bool IsTerminal(int descriptor) {
-  return isatty(descriptor) == 1;
-}
-
-unsigned TerminalColumns(int descriptor) {
-  winsize size{};
-  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
 }  // namespace sc3xx

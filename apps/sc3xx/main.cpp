@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "apps/sc3xx/command_line.h"
-#include "apps/sc3xx/interrupt.h"
+#include "apps/sc3xx/process.h"
 
 int main(int argumentCount, char** arguments) {
   sc3xx::IgnoreBrokenPipes();

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <variant>
 
+#include "apps/sc3xx/process.h"
 #include "apps/sc3xx/setting_override.h"
 #include "apps/sc3xx/usage_error.h"
 #include "platform/posix/settings_names.h"
@@ -100,6 +101,18 @@ void ReadSettings(const PrintRequest& request, PrintPlan& plan) {
   plan.remarks = RemarksOn(overrides, plan.settings);
 }
 
+// Documents for printers of one name exclude each other on the whole machine. That is right for a device; each virtual
+// printer is its program's own, so its name tells programs that run together apart. There are only so many names, since
+// each leaves a trace in the machine's shared memory.
+std::string PrinterNameFrom(const PrintRequest& request) {
+  constexpr std::uint32_t kVirtualPrinterNames = 64;
+  if (!request.printerName.empty()) {
+    return request.printerName;
+  }
+  return request.port == "virtual" ? "Virtual printer " + std::to_string(ProcessNumber() % kVirtualPrinterNames)
+                                   : request.port;
+}
+
 }  // namespace
 
 PrintPlan PlanPrint(const PrintRequest& request) {
@@ -112,10 +125,7 @@ PrintPlan PlanPrint(const PrintRequest& request) {
     RefuseForDevices(request);
   }
   ReadSettings(request, plan);
-  const bool named = !request.printerName.empty();
-  plan.printerName = platform::FromUtf8(named                     ? request.printerName
-                                        : plan.devicePath.empty() ? "Virtual printer"
-                                                                  : request.port);
+  plan.printerName = platform::FromUtf8(PrinterNameFrom(request));
   plan.jobs = LoadPrintJobs(request.files, request.document,
                             plan.settings.Number(platform::kOptionsKey, L"PrintEmptyLabel", 0) != 0);
   return plan;

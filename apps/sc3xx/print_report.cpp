@@ -36,7 +36,8 @@ std::string Headline(const PrintReport& report) {
   const std::uint64_t acknowledged = Acknowledged(report);
   switch (OutcomeOf(report)) {
     case JobOutcome::kPrinted:
-      return "Printed " + Counted(acknowledged, "label");
+      return report.caveat.empty() ? "Printed " + Counted(acknowledged, "label")
+                                   : "Went through " + Counted(labels, "label");
     case JobOutcome::kDeleted:
       return "Deleted after " + std::to_string(acknowledged) + " of " + Counted(labels, "label");
     case JobOutcome::kFailed:
@@ -73,6 +74,9 @@ std::string_view Name(JobOutcome outcome) {
 }
 
 void WriteSummary(const PrintReport& report, std::ostream& stream) {
+  if (!report.caveat.empty()) {
+    stream << report.caveat << '\n';
+  }
   stream << Headline(report) << " on " << report.port << " (" << report.model << ") in " << Duration(report.elapsedMs);
   if (Restarts(report) > 0) {
     stream << ", " << Counted(Restarts(report), "restart");
@@ -109,6 +113,7 @@ void WriteJson(const PrintReport& report, std::ostream& stream) {
   nlohmann::ordered_json object = {{"outcome", Name(OutcomeOf(report))},
                                    {"port", report.port},
                                    {"model", report.model},
+                                   {"caveat", report.caveat},
                                    {"labelsPrinted", Acknowledged(report)},
                                    {"labelsSentAgain", report.labelsSentAgain},
                                    {"restarts", Restarts(report)},

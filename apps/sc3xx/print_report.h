@@ -24,6 +24,7 @@ struct PrintReport {
   std::vector<JobReport> jobs;
   std::size_t jobsNotStarted = 0;
   std::uint64_t elapsedMs = 0;
+  std::string caveat;               // why "printed" isn't to be taken at its word; empty when it is
   std::size_t labelsSentAgain = 0;  // after a fault, as far as this end can know
   std::vector<std::string> pictures;
   std::string transcript;  // empty: none written

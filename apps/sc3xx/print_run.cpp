@@ -9,10 +9,24 @@ namespace {
 
 namespace platform = sc3xxmon::platform;
 
+bool DebugFlagIsOn(const platform::SettingsFile& settings, const wchar_t* name) {
+  const std::uint32_t level = settings.Number(platform::kDebugKey, L"DebugLevel", 0);
+  return (level == 1 || level == 2) && settings.Number(platform::kDebugKey, name, 0) == 1;
+}
+
 // In this mode the monitor passes the stream on unread, so that no label is ever acknowledged.
 bool PassesThrough(const platform::SettingsFile& settings) {
-  const std::uint32_t level = settings.Number(platform::kDebugKey, L"DebugLevel", 0);
-  return (level == 1 || level == 2) && settings.Number(platform::kDebugKey, L"BypassMode", 0) == 1;
+  return DebugFlagIsOn(settings, L"BypassMode");
+}
+
+std::string CaveatOf(const platform::SettingsFile& settings) {
+  if (DebugFlagIsOn(settings, L"NoDeviceIO")) {
+    return "NoDeviceIO is on: nothing went to the printer, and its answers were made up.";
+  }
+  if (PassesThrough(settings)) {
+    return "BypassMode is on: the stream was passed on unread, and nothing tells whether labels came out.";
+  }
+  return {};
 }
 
 // The monitor with its host behind it, for as long as this object lives.
@@ -144,6 +158,7 @@ std::unique_ptr<MonitorPort> PrintRun::OpenPort(MONITOR2& monitor) {
   const PortBelow below = virtualPort_ ? virtualPort_->Below() : devicePort_->Below();
   report_.port = platform::ToUtf8(below.name);
   report_.model = plan_.model->name;
+  report_.caveat = CaveatOf(plan_.settings);
   try {
     return std::make_unique<MonitorPort>(monitor, below, plan_.printerName);
   } catch (const PortError& error) {

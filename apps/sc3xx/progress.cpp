@@ -68,13 +68,14 @@ std::string Progress::LiveText() const {
 
 void Progress::Redraw() {
   const std::string text = live_ && inJob_ && !debugLineOpen_ ? LiveText() : std::string();
-  if (text.empty()) {
+  if (text.empty() || (liveLineShown_ && text == liveText_)) {
     return;
   }
   EraseLiveLine();
   stream_ << CutToColumns(text, columns_ - 1);
   stream_.flush();
   liveLineShown_ = true;
+  liveText_ = text;
 }
 
 void Progress::BeginJob(const std::string& heading, std::size_t labels) {
@@ -101,7 +102,7 @@ void Progress::LabelsAcknowledged(DWORD labels) {
   sinceMs_ = ticks_();
   while (acknowledged_ < labels) {
     ++acknowledged_;
-    WriteLine("  label " + std::to_string(acknowledged_) + " of " + std::to_string(labels_));
+    WriteLine("  label " + std::to_string(acknowledged_) + " of " + std::to_string(labels_) + " printed");
   }
 }
 

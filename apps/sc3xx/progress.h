@@ -62,6 +62,7 @@ class Progress {
   // guarded by mutex_
   bool inJob_ = false;
   bool liveLineShown_ = false;
+  std::string liveText_;  // on the live line, if that is shown
   std::size_t labels_ = 0;
   DWORD acknowledged_ = 0;
   std::uint64_t sinceMs_ = 0;  // the last label, or the job's begin

@@ -6,8 +6,8 @@
 namespace sc3xx {
 
 HostClock SteadyHostClock() {
-  const auto ticks = [] {
-    const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+  const auto ticks = [start = std::chrono::steady_clock::now()] {
+    const auto sinceStart = std::chrono::steady_clock::now() - start;
     return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(sinceStart).count());
   };
   const auto sleep = [](std::uint32_t milliseconds) {

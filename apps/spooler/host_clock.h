@@ -14,7 +14,7 @@ struct HostClock {
   std::function<void(std::uint32_t milliseconds)> sleep;
 };
 
-// The machine's own steady clock.
+// The machine's own steady clock, counted from this call.
 HostClock SteadyHostClock();
 
 }  // namespace sc3xx

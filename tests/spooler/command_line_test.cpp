@@ -277,7 +277,7 @@ TEST_F(CommandLineTest, PicturesThatFollowOneAnotherAreOneJob) {
   monitor.labels = 2;
   EXPECT_EQ(Run({"print", PictureFile("a.pbm"), PictureFile("b.pbm")}), 0) << err.str();
   EXPECT_THAT(monitor.jobs, ::testing::ElementsAre(1u));
-  EXPECT_THAT(out.str(), HasSubstr("a.pbm and 1 more: 2 labels\n  label 1 of 2\n  label 2 of 2\n"));
+  EXPECT_THAT(out.str(), HasSubstr("a.pbm and 1 more: 2 labels\n  label 1 of 2 printed\n  label 2 of 2 printed\n"));
   EXPECT_THAT(out.str(), HasSubstr("Printed 2 labels on USB:virtual (KOVA Scrivelo 310 Plus)"));
 }
 
@@ -345,7 +345,7 @@ TEST_F(CommandLineTest, JsonIsOneObjectAndProgressGoesElsewhere) {
   EXPECT_EQ(report["outcome"], "printed");
   EXPECT_EQ(report["labelsPrinted"], 2);
   EXPECT_EQ(report["jobs"][0]["labels"], 2);
-  EXPECT_THAT(err.str(), HasSubstr("label 2 of 2"));
+  EXPECT_THAT(err.str(), HasSubstr("label 2 of 2 printed"));
 }
 
 TEST_F(CommandLineTest, OverridesReachTheMonitorsSettings) {

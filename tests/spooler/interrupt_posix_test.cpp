@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "apps/sc3xx/interrupt.h"
+#include "apps/sc3xx/process.h"
 
 namespace sc3xx {
 namespace {

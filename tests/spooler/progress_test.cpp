@@ -37,7 +37,7 @@ TEST_F(ProgressTest, WritesOneLineALabel) {
   progress.LabelsAcknowledged(1);
   progress.LabelsAcknowledged(3);
   progress.EndJob();
-  EXPECT_EQ(out.str(), "job.kpl: 3 labels\n  label 1 of 3\n  label 2 of 3\n  label 3 of 3\n");
+  EXPECT_EQ(out.str(), "job.kpl: 3 labels\n  label 1 of 3 printed\n  label 2 of 3 printed\n  label 3 of 3 printed\n");
 }
 
 TEST_F(ProgressTest, PlainOutputHoldsNoControlBytesAndNothingOfMereTime) {
@@ -95,9 +95,10 @@ TEST_F(ProgressTest, ARestartCountsTheLabelsAnew) {
   progress.LabelsAcknowledged(1);
   progress.Restarted(1);
   progress.LabelsAcknowledged(1);
-  EXPECT_EQ(out.str(),
-            "job\n  label 1 of 2\n  contact with the printer was lost; the job starts again from its first label "
-            "(restart 1)\n  label 1 of 2\n");
+  EXPECT_EQ(
+      out.str(),
+      "job\n  label 1 of 2 printed\n  contact with the printer was lost; the job starts again from its first label "
+      "(restart 1)\n  label 1 of 2 printed\n");
 }
 
 TEST_F(ProgressTest, TellsARefusalOnceUntilALabelGetsThrough) {
@@ -107,8 +108,9 @@ TEST_F(ProgressTest, TellsARefusalOnceUntilALabelGetsThrough) {
   progress.Refused(0);
   progress.LabelsAcknowledged(1);
   progress.Refused(0);
-  EXPECT_EQ(out.str(),
-            "job\n  the printer can't take data just now\n  label 1 of 2\n  the printer can't take data just now\n");
+  EXPECT_EQ(
+      out.str(),
+      "job\n  the printer can't take data just now\n  label 1 of 2 printed\n  the printer can't take data just now\n");
 }
 
 TEST_F(ProgressTest, TellsABusyPort) {
