@@ -50,15 +50,7 @@ RecordingHost::RecordingHost(Story* story) : story_(story) {
   host.ClosePrinter = ClosePrinter;
   host.QueryValue = QueryValue;
   host.TickCount = [](void* context) { return Self(context).now; };
-  host.Sleep = [](void* context, std::uint32_t milliseconds) {
-    RecordingHost& self = Self(context);
-    self.sleeps.push_back(milliseconds);
-    self.Tell("sleep " + std::to_string(milliseconds));
-    if (self.onSleep) {
-      self.onSleep(milliseconds);
-    }
-    self.now += milliseconds;
-  };
+  host.Sleep = [](void* context, std::uint32_t milliseconds) { Self(context).Sleep(milliseconds); };
   host.GetLastError = [](void* context) { return Self(context).lastError; };
   host.SetLastError = [](void* context, DWORD code) { Self(context).lastError = code; };
   host.DebugOutput = DebugOutput;
@@ -126,19 +118,40 @@ BOOL RecordingHost::OpenPrinterW(void* context, LPWSTR name, HANDLE* printer, vo
   return TRUE;
 }
 
+void RecordingHost::Sleep(std::uint32_t milliseconds) {
+  sleeps.push_back(milliseconds);
+  Tell("sleep " + std::to_string(milliseconds));
+  if (onSleep) {
+    onSleep(milliseconds);
+  }
+  now += milliseconds;
+}
+
+bool RecordingHost::CanBeRead(DWORD id) {
+  return !failGetJob && jobs.contains(id);
+}
+
+bool RecordingHost::ReadStatus(DWORD id, DWORD& status) {
+  if (!CanBeRead(id)) {
+    return false;
+  }
+  ++statusQueries;
+  if (onStatusQuery) {
+    onStatusQuery(statusQueries);
+  }
+  status = jobs.at(id).status;
+  return true;
+}
+
 BOOL RecordingHost::GetJobW(void* context, HANDLE, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
   RecordingHost& self = Self(context);
-  const auto job = self.jobs.find(id);
-  if (self.failGetJob || job == self.jobs.end()) {
+  if (!self.CanBeRead(id)) {
     return self.Fail(ERROR_INVALID_PARAMETER);
   }
-  if (level == 1 && buffer != nullptr) {
-    ++self.statusQueries;
-    if (self.onStatusQuery) {
-      self.onStatusQuery(self.statusQueries);
-    }
+  if (DWORD status = 0; level == 1 && buffer != nullptr) {
+    self.ReadStatus(id, status);
   }
-  return self.FillJob(job->second, id, level, buffer, size, needed);
+  return self.FillJob(self.jobs.at(id), id, level, buffer, size, needed);
 }
 
 BOOL RecordingHost::FillJob(const Job& job, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed) {
@@ -167,35 +180,44 @@ BOOL RecordingHost::FillJob(const Job& job, DWORD id, DWORD level, LPBYTE buffer
 
 BOOL RecordingHost::SetJobW(void* context, HANDLE, DWORD id, DWORD level, LPBYTE buffer, DWORD command) {
   RecordingHost& self = Self(context);
-  const auto found = self.jobs.find(id);
-  if (self.failSetJob || found == self.jobs.end()) {
-    return self.Fail(ERROR_INVALID_PARAMETER);
-  }
   if (level == 0) {
-    return self.Command(id, command);
+    return self.TakeCommand(id, command) ? TRUE : self.Fail(ERROR_INVALID_PARAMETER);
   }
   const auto* info = reinterpret_cast<const JOB_INFO_1W*>(buffer);
-  Job& job = found->second;
-  job.status = info->Status;
-  job.position = info->Position;
-  job.pagesPrinted = info->PagesPrinted;
-  job.text = info->pStatus != nullptr ? info->pStatus : L"";
-  if (info->pStatus != nullptr) {
-    job.texts.push_back(job.text);
+  if (!self.SetFields(id, info->Status, info->PagesPrinted, info->pStatus)) {
+    return self.Fail(ERROR_INVALID_PARAMETER);
   }
-  char line[64];
-  std::snprintf(line, sizeof(line), "job status 0x%X pages %u", info->Status, info->PagesPrinted);
-  self.Tell(line + (info->pStatus != nullptr ? " '" + Utf8(job.text) + "'" : std::string()));
+  self.jobs.at(id).position = info->Position;
   return TRUE;
 }
 
-BOOL RecordingHost::Command(DWORD id, DWORD command) {
+bool RecordingHost::SetFields(DWORD id, DWORD status, DWORD pagesPrinted, const wchar_t* text) {
+  if (failSetJob || !jobs.contains(id)) {
+    return false;
+  }
+  Job& job = jobs.at(id);
+  job.status = status;
+  job.pagesPrinted = pagesPrinted;
+  job.text = text != nullptr ? text : L"";
+  if (text != nullptr) {
+    job.texts.push_back(job.text);
+  }
+  char line[64];
+  std::snprintf(line, sizeof(line), "job status 0x%X pages %u", status, pagesPrinted);
+  Tell(line + (text != nullptr ? " '" + Utf8(job.text) + "'" : std::string()));
+  return true;
+}
+
+bool RecordingHost::TakeCommand(DWORD id, DWORD command) {
+  if (failSetJob || !jobs.contains(id)) {
+    return false;
+  }
   commands.push_back(command);
   Tell("job command " + std::to_string(command));
   if (onCommand) {
     onCommand(id, command);
   }
-  return TRUE;
+  return true;
 }
 
 BOOL RecordingHost::ClosePrinter(void* context, HANDLE) {

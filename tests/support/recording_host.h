@@ -47,6 +47,12 @@ class RecordingHost {
   bool Logged(const std::string& text) const;
   std::size_t LogCount(const std::string& text) const;
 
+  // What the table's functions come down to; also for a host's own part in the story.
+  void Sleep(std::uint32_t milliseconds);
+  bool ReadStatus(DWORD id, DWORD& status);  // false when the job can't be read
+  bool SetFields(DWORD id, DWORD status, DWORD pagesPrinted, const wchar_t* text);
+  bool TakeCommand(DWORD id, DWORD command);
+
   std::map<DWORD, Job> jobs{{7, Job{}}};
   DWORD lastError = 0;
   std::uint64_t now = 1000;  // the clock, in milliseconds
@@ -75,7 +81,7 @@ class RecordingHost {
   static void DebugOutput(void* context, const char* text);
 
   BOOL FillJob(const Job& job, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
-  BOOL Command(DWORD id, DWORD command);
+  bool CanBeRead(DWORD id);
   void Tell(const std::string& line);
   BOOL Fail(DWORD code);
 
