@@ -20,6 +20,9 @@ struct LineScale {
   std::size_t newStride;
 
   void operator()(const std::uint8_t* source, std::uint8_t* target) const {
+    if (count == 0) {
+      return;
+    }
     for (std::size_t index = 0; index < newCount; ++index) {
       target[index * newStride] = MeanOf(source, index);
     }

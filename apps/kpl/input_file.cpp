@@ -23,7 +23,7 @@ struct Signature {
   std::string_view words;
 };
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 // The first match wins. What is only here for its words are the files that people reach for by mistake.
 constexpr std::array kSignatures = {
