@@ -146,20 +146,21 @@ TEST_F(LabelDispatchTest, TheDispatchModeChangesNothing) {
 
 // --------------------------------------------------------------------------------------------------- communication
 
-TEST_F(LabelDispatchTest, AResponseThatFailsRevertsBothOpenLabels) {
-  JobOfLabels(2, 2);
+TEST_F(LabelDispatchTest, AResponseThatFailsRevertsBothOpenLabelsAndEachLogsTwoAttempts) {
+  JobOfLabels(2, 3);
   port.FailsRead();
   EXPECT_EQ(Dispatch(), DispatchResult::kCommFailed);
   EXPECT_TRUE(LoggedBy("DispatchLabels", "Receiving ESCA2 response for label #1 FAILED"));
   EXPECT_EQ(job->SentLabelCount(), 0u);
   EXPECT_EQ(job->Labels[0].Retries, 1u);
   EXPECT_EQ(job->Labels[1].Retries, 1u);
+  EXPECT_EQ(job->Labels[2].Retries, 0u) << "never sent";
 
   ForgetStory();
   EXPECT_EQ(Dispatch(), DispatchResult::kAllSent);
-  EXPECT_THAT(port.writes, ElementsAre(Label(1), Bytes("1B 41 02"), Label(2)));
-  EXPECT_TRUE(host.Logged("Status for label #1 acknowledged(2 attempts). Total in job: 2; ACK: 1; NAK: 1; UNSENT: 0"));
-  EXPECT_EQ(job->Labels[0].Retries, 1u) << "the second will log two attempts as well";
+  EXPECT_THAT(port.writes, ElementsAre(Label(1), Bytes("1B 41 02"), Label(2), Bytes("1B 41 02"), Label(3)));
+  EXPECT_TRUE(host.Logged("Status for label #1 acknowledged(2 attempts). Total in job: 3; ACK: 1; NAK: 1; UNSENT: 1"));
+  EXPECT_TRUE(host.Logged("Status for label #2 acknowledged(2 attempts). Total in job: 3; ACK: 2; NAK: 1; UNSENT: 0"));
 }
 
 TEST_F(LabelDispatchTest, ALabelThatIsAcknowledgedIsNeverSentAgain) {

@@ -333,7 +333,7 @@ TEST_F(StatusProtocolTest, FirmwareQueryOnAPortThatTakesAByteACallGoesOutInFull)
   EXPECT_THAT(story, ElementsAre("write 1B", "write 56", kReadsFirmware));
 }
 
-TEST_F(StatusProtocolTest, AFirmwareQueryThatCantBeWrittenIsFalse) {
+TEST_F(StatusProtocolTest, AFirmwareQueryThatCantBeWrittenIsFalseAndSaysSoOnce) {
   StartJob(5);
   port.LimitWrite(1, 1);
   port.FailWrite(2);
