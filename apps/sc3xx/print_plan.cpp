@@ -105,7 +105,7 @@ void ReadSettings(const PrintRequest& request, PrintPlan& plan) {
 // printer is its program's own, so its name tells programs that run together apart. There are only so many names, since
 // each leaves a trace in the machine's shared memory.
 std::string PrinterNameFrom(const PrintRequest& request) {
-  constexpr std::uint32_t kVirtualPrinterNames = 64;
+  constexpr std::uint32_t kVirtualPrinterNames = 256;
   if (!request.printerName.empty()) {
     return request.printerName;
   }

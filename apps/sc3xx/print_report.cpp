@@ -84,6 +84,9 @@ void WriteSummary(const PrintReport& report, std::ostream& stream) {
   if (report.labelsSentAgain > 0) {
     stream << ", " << Counted(report.labelsSentAgain, "label") << " sent again";
   }
+  if (report.labelsRepeated > 0) {
+    stream << ", " << Counted(report.labelsRepeated, "label") << " came out more than once";
+  }
   stream << '\n';
   if (report.jobsNotStarted > 0) {
     stream << "  " << Counted(report.jobsNotStarted, "job") << " not started\n";
@@ -116,6 +119,7 @@ void WriteJson(const PrintReport& report, std::ostream& stream) {
                                    {"caveat", report.caveat},
                                    {"labelsPrinted", Acknowledged(report)},
                                    {"labelsSentAgain", report.labelsSentAgain},
+                                   {"labelsRepeated", report.labelsRepeated},
                                    {"restarts", Restarts(report)},
                                    {"milliseconds", report.elapsedMs},
                                    {"jobs", jobs},

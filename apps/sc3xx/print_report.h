@@ -25,7 +25,8 @@ struct PrintReport {
   std::size_t jobsNotStarted = 0;
   std::uint64_t elapsedMs = 0;
   std::string caveat;               // why "printed" isn't to be taken at its word; empty when it is
-  std::size_t labelsSentAgain = 0;  // after a fault, as far as this end can know
+  std::size_t labelsSentAgain = 0;  // that the printer had dropped; the virtual printer knows
+  std::size_t labelsRepeated = 0;   // that came out more than once, because their acknowledgement was lost
   std::vector<std::string> pictures;
   std::string transcript;  // empty: none written
 };

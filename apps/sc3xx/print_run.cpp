@@ -229,12 +229,16 @@ RunnerEvents PrintRun::EventsOfRunner() {
 
 // After each job, so that what was printed is on disk even if a later job fails.
 void PrintRun::Collect() {
-  report_.labelsSentAgain += report_.jobs.back().result.labelsRepeated;
+  const JobReport& job = report_.jobs.back();
   if (!virtualPort_) {
+    report_.labelsRepeated += job.result.labelsRepeated;
     return;
   }
   virtualPort_->WaitUntilIdle();
   const std::vector<simulator::PrintedLabel> printed = virtualPort_->TakePrinted();
+  if (job.result.outcome == JobOutcome::kPrinted && printed.size() > job.labels) {
+    report_.labelsRepeated += printed.size() - job.labels;
+  }
   if (output_) {
     output_->Add(printed);
     output_->Add(virtualPort_->TakeTranscript());
