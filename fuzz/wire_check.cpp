@@ -90,6 +90,12 @@ Bytes WireCheck::SendSpan(const NaiveLabel& label) const {
 }
 
 void WireCheck::OnWrite(Bytes bytes, bool succeeded) {
+  // Nothing comes between a chunk's head and its lines, which may look like any command.
+  const bool linesAreNext = chunks_ && !chunks_->expectedLines.empty();
+  if (linesAreNext) {
+    FUZZ_CHECK(TakeChunkPart(bytes, succeeded));
+    return;
+  }
   if (IsRequestOrCommand(bytes)) {
     footerWritten_ = footerWritten_ || (succeeded && Same(bytes, parser_.jobFooter));
     return;
