@@ -30,7 +30,8 @@ inline void EnterPrinter(RecordingHost& host, const std::wstring& printer, const
 class LanFixture : public ::testing::Test {
  protected:
   LanFixture() { TestHost::SetDebugLevel(1); }
-  ~LanFixture() override {
+  // Before any member goes: a printer at the other end waits for its connections to be closed.
+  void TearDown() override {
     for (HANDLE port : openPorts_) {
       table.pfnClosePort(port);
     }

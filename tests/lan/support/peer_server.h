@@ -2,6 +2,7 @@
 // connection runs its script on a thread of its own; whatever goes wrong there fails the test.
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -56,6 +57,9 @@ class PeerServer {
 
   const std::wstring& Address() const { return listener_.Address(); }
 
+  // Waits until so many connections have come, counted from the first, and their scripts have ended.
+  void Await(std::size_t connections);
+
   // Takes what connections still wait at the door, refuses all later ones, and waits for the scripts. Gives how many
   // connections there were.
   std::size_t Finish();
@@ -63,12 +67,15 @@ class PeerServer {
  private:
   void Serve();
   void Run(int descriptor);
+  void Join();
 
   LoopbackListener listener_;
   int wake_[2];
   std::mutex mutex_;
+  std::condition_variable came_;
   std::deque<Script> scripts_;
   std::vector<std::thread> connections_;
+  std::size_t connectionCount_ = 0;
   std::thread door_;
 };
 

@@ -110,11 +110,30 @@ std::size_t PeerServer::Finish() {
       ADD_FAILURE() << "a server can't be told to end";
     }
     door_.join();
-    for (std::thread& connection : connections_) {
-      connection.join();
+  }
+  Join();
+  return connectionCount_;
+}
+
+void PeerServer::Await(std::size_t connections) {
+  {
+    std::unique_lock lock(mutex_);
+    if (!came_.wait_for(lock, kPatience, [&] { return connectionCount_ >= connections; })) {
+      throw std::runtime_error("a printer waits for a connection in vain");
     }
   }
-  return connections_.size();
+  Join();
+}
+
+void PeerServer::Join() {
+  std::vector<std::thread> running;
+  {
+    const std::lock_guard lock(mutex_);
+    running.swap(connections_);
+  }
+  for (std::thread& connection : running) {
+    connection.join();
+  }
 }
 
 // What waits at the door is served before the word to end is heard.
@@ -127,7 +146,10 @@ void PeerServer::Serve() {
     if ((entries[0].revents & POLLIN) != 0) {
       const int descriptor = accept4(listener_.Descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
       if (descriptor >= 0) {
+        const std::lock_guard lock(mutex_);
+        ++connectionCount_;
         connections_.emplace_back([this, descriptor] { Run(descriptor); });
+        came_.notify_all();
       }
     } else if ((entries[1].revents & POLLIN) != 0) {
       listener_.Refuse();
