@@ -89,6 +89,19 @@ Bytes WireCheck::SendSpan(const NaiveLabel& label) const {
   return Bytes(label.data).subspan(SendIPHs != 0 ? 0 : label.iphLength);
 }
 
+bool WireCheck::AreTwins(const NaiveLabel& one, const NaiveLabel& other) const {
+  return Same(SendSpan(one), SendSpan(other));
+}
+
+void WireCheck::Expect(Bytes piece) {
+  const std::size_t before = parser_.labels.size();
+  parser_.ProcessData(piece);
+  for (std::size_t number = before; number < parser_.labels.size() && !twins_; ++number) {
+    const auto same = [&](const NaiveLabel& other) { return AreTwins(other, parser_.labels[number]); };
+    twins_ = std::any_of(parser_.labels.begin(), parser_.labels.begin() + static_cast<std::ptrdiff_t>(number), same);
+  }
+}
+
 void WireCheck::OnWrite(Bytes bytes, bool succeeded) {
   // Nothing comes between a chunk's head and its lines, which may look like any command.
   const bool linesAreNext = chunks_ && !chunks_->expectedLines.empty();
@@ -128,7 +141,7 @@ bool WireCheck::IsChunkedHead(Bytes bytes, std::size_t number) const {
 bool WireCheck::TakeLabel(Bytes bytes, bool succeeded) {
   out_.resize(parser_.labels.size());
   const auto firstNeverOut = static_cast<std::size_t>(std::find(out_.begin(), out_.end(), false) - out_.begin());
-  const std::size_t end = std::min(firstNeverOut + 1, parser_.labels.size());
+  const std::size_t end = twins_ ? parser_.labels.size() : std::min(firstNeverOut + 1, parser_.labels.size());
   std::vector<std::size_t> candidates;
   if (next_ >= acknowledged_ && next_ < end) {
     candidates.push_back(next_);
@@ -156,6 +169,9 @@ bool WireCheck::TakeLabel(Bytes bytes, bool succeeded) {
 }
 
 void WireCheck::NoteOut(std::size_t number) {
+  for (std::size_t other = 0; other < (twins_ ? out_.size() : 0); ++other) {
+    out_[other] = out_[other] || AreTwins(parser_.labels[other], parser_.labels[number]);
+  }
   out_[number] = true;
   next_ = number + 1;
 }

@@ -20,7 +20,7 @@ class WireCheck {
   explicit WireCheck(bool keepEmptyLabels) : parser_(keepEmptyLabels) {}
 
   // Before the monitor gets the same piece.
-  void Expect(std::span<const std::uint8_t> piece) { parser_.ProcessData(piece); }
+  void Expect(std::span<const std::uint8_t> piece);
 
   // One write, and whether the port said that it went through.
   void OnWrite(std::span<const std::uint8_t> bytes, bool succeeded);
@@ -48,6 +48,7 @@ class WireCheck {
   bool TakeChunkPart(Bytes bytes, bool succeeded);
   bool TakeChunkHead(Bytes bytes);
   bool TakeLabel(Bytes bytes, bool succeeded);
+  bool AreTwins(const NaiveLabel& one, const NaiveLabel& other) const;
   void NoteOut(std::size_t number);
   Bytes SendSpan(const NaiveLabel& label) const;
   void BeginChunks(std::size_t number);
@@ -56,6 +57,7 @@ class WireCheck {
   std::vector<bool> out_;         // labels that went out whole at least once
   std::size_t acknowledged_ = 0;  // from the front
   std::size_t next_ = 0;          // the label that follows the last one written
+  bool twins_ = false;            // labels with the same bytes: which of them goes out can't be seen
   std::optional<ChunkedLabel> chunks_;
   bool footerWritten_ = false;
 };
