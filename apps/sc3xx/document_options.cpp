@@ -1,7 +1,11 @@
 #include "apps/sc3xx/document_options.h"
 
 #include <CLI/CLI.hpp>
+#include <string>
 #include <string_view>
+#include <vector>
+
+#include "apps/sc3xx/help_text.h"
 
 namespace sc3xx {
 namespace {
@@ -26,12 +30,12 @@ Value Chosen(const Choice<Value> (&choices)[N], std::string_view word) {
 }
 
 template <typename Value, std::size_t N>
-CLI::IsMember WordsOf(const Choice<Value> (&choices)[N]) {
+CLI::Validator WordsOf(const Choice<Value> (&choices)[N]) {
   std::vector<std::string> words;
   for (const Choice<Value>& choice : choices) {
     words.emplace_back(choice.word);
   }
-  return CLI::IsMember(words);
+  return CLI::IsMember(words).description("");
 }
 
 constexpr Choice<Fit> kFits[] = {{"pad", Fit::kPad}, {"crop", Fit::kCrop}, {"scale", Fit::kScale}};
@@ -60,55 +64,36 @@ Rotation RotationFrom(std::uint32_t degrees) {
 }  // namespace
 
 void AddDocumentOptions(CLI::App& command, DocumentOptions& options) {
+  const auto add = [&command](const char* name, auto& value, const char* type, const char* description) {
+    return command.add_option(name, value, Wrapped(description))->type_name(type)->capture_default_str()->group(kGroup);
+  };
+  const auto addFlag = [&command](const char* name, bool& value, const char* description) {
+    command.add_flag(name, value, Wrapped(description))->group(kGroup);
+  };
+  // A validator's own description would stand beside the type in the help.
+  const auto range = [](std::uint32_t least, std::uint32_t most) { return CLI::Range(least, most).description(""); };
   command.add_option("--width", options.width, "Width of the label in dots, 300 to the inch [the picture's own]")
-      ->check(CLI::Range(1u, kMaxLabelDots))
       ->type_name("DOTS")
-      ->group(kGroup);
-  command.add_option("--fit", options.fit, "How a picture comes to that width")
-      ->check(WordsOf(kFits))
-      ->capture_default_str()
-      ->group(kGroup);
-  command.add_option("--rotate", options.rotate, "Turn clockwise by so many degrees")
-      ->check(CLI::IsMember({0u, 90u, 180u, 270u}))
-      ->type_name("DEGREES")
-      ->capture_default_str()
-      ->group(kGroup);
-  command.add_option("--dither", options.dither, "How greys become dots")
-      ->check(WordsOf(kDitherings))
-      ->capture_default_str()
-      ->group(kGroup);
-  command.add_option("--threshold", options.threshold, "Greys below this are black, with --dither threshold")
-      ->check(CLI::Range(0u, 255u))
-      ->type_name("0-255")
-      ->capture_default_str()
-      ->group(kGroup);
-  command.add_flag("--invert", options.invert, "Black for white")->group(kGroup);
-  command.add_option("--copies", options.copies, "Labels of each picture")
-      ->check(CLI::Range(1u, kMaxLabels))
-      ->type_name("N")
-      ->capture_default_str()
-      ->group(kGroup);
-  command.add_flag("--compress", options.compress, "Compress the rasters in the job itself (ESC Z)")->group(kGroup);
-  command
-      .add_option("--length", options.length,
-                  "How the label's length is told: announced (ESC L), open for "
-                  "continuous stock, or omitted")
-      ->check(WordsOf(kLengths))
-      ->capture_default_str()
-      ->group(kGroup);
-  command
-      .add_option("--label-end", options.labelEnd,
-                  "What ends a label: a short form feed (ESC G), a cut (ESC p), "
-                  "or nothing of its own")
-      ->check(WordsOf(kEnds))
-      ->capture_default_str()
-      ->group(kGroup);
-  command.add_flag("--final-feed", options.finalFeed, "A long form feed (ESC E) before the end of the job")
-      ->group(kGroup);
-  command.add_option("--roll", options.roll, "The roll to print on, where a printer has two")
-      ->check(WordsOf(kRolls))
-      ->capture_default_str()
-      ->group(kGroup);
+      ->group(kGroup)
+      ->check(range(1, kMaxLabelDots));
+  add("--fit", options.fit, "pad|crop|scale", "How a picture comes to that width")->check(WordsOf(kFits));
+  add("--rotate", options.rotate, "0|90|180|270", "Turn clockwise by so many degrees")
+      ->check(CLI::IsMember({0u, 90u, 180u, 270u}).description(""));
+  add("--dither", options.dither, "threshold|ordered|floyd-steinberg", "How greys become dots")
+      ->check(WordsOf(kDitherings));
+  add("--threshold", options.threshold, "0-255", "Greys below this are black, with --dither threshold")
+      ->check(range(0, 255));
+  addFlag("--invert", options.invert, "Black for white");
+  add("--copies", options.copies, "N", "Labels of each picture")->check(range(1, kMaxLabels));
+  addFlag("--compress", options.compress, "Compress the rasters in the job itself (ESC Z)");
+  add("--length", options.length, "announced|open|omitted",
+      "How the label's length is told: announced (ESC L), open for continuous stock, or omitted")
+      ->check(WordsOf(kLengths));
+  add("--label-end", options.labelEnd, "feed|cut|none",
+      "What ends a label: a short form feed (ESC G), a cut (ESC p), or nothing of its own")
+      ->check(WordsOf(kEnds));
+  addFlag("--final-feed", options.finalFeed, "A long form feed (ESC E) before the end of the job");
+  add("--roll", options.roll, "left|right", "The roll to print on, where a printer has two")->check(WordsOf(kRolls));
 }
 
 PictureOptions PictureOptionsFrom(const DocumentOptions& options) {

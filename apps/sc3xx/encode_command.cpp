@@ -57,7 +57,9 @@ void WriteWhole(const std::string& path, std::span<const std::uint8_t> bytes) {
 
 void AddEncodeCommand(CLI::App& program, EncodeRequest& request) {
   CLI::App& command = *program.add_subcommand("encode", "Make a KPL job of pictures");
-  command.add_option("PICTURE", request.pictures, "PNG or PBM pictures, a label each; - is standard input")->required();
+  command.add_option("PICTURE", request.pictures, "PNG or PBM pictures, a label each; - is standard input")
+      ->type_name("")
+      ->required();
   command.add_option("-o,--output", request.output, "The job's file; - is standard output")
       ->type_name("FILE")
       ->required();

@@ -8,7 +8,7 @@ namespace sc3xx {
 
 void AddInspectCommand(CLI::App& program, InspectRequest& request) {
   CLI::App& command = *program.add_subcommand("inspect", "Say what stands in a KPL stream, and where it is broken");
-  command.add_option("FILE", request.file, "A KPL stream; - is standard input")->required();
+  command.add_option("FILE", request.file, "A KPL stream; - is standard input")->type_name("")->required();
   command.add_flag("--json", request.json, "Report as one JSON object");
   command.add_flag("--summary", request.summary, "Header, labels, footer and problems only, not every command");
   command.add_option("--png", request.pictureFolder, "Write a picture of each label there")->type_name("DIR");

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "apps/sc3xx/help_text.h"
 #include "apps/sc3xx/print_run.h"
 #include "apps/sc3xx/setting_override.h"
 #include "simulator/fault_script.h"
@@ -23,54 +24,45 @@ constexpr const char* kPrintFooter =
 
 void AddPrintCommand(CLI::App& program, PrintRequest& request) {
   CLI::App& command = *program.add_subcommand("print", "Print pictures and KPL streams");
-  command
-      .add_option("FILE", request.files,
-                  "KPL streams and PNG or PBM pictures; - is standard input. Pictures that "
-                  "follow one another become the labels of one job.")
+  const auto add = [&command](const char* name, auto& value, const char* type, const char* description) {
+    return command.add_option(name, value, Wrapped(description))->type_name(type);
+  };
+  const char* const virtualPrinter = "Virtual printer";
+  add("FILE", request.files, "",
+      "KPL streams and PNG or PBM pictures; - is standard input. Pictures that follow one another become the labels "
+      "of one job.")
       ->required();
-  command.add_option("--port", request.port, "virtual, or usb:PATH of a device file or socket")
-      ->type_name("PORT")
+  add("--port", request.port, "PORT", "virtual, or usb:PATH of a printer's device file or socket")
       ->capture_default_str();
-  command.add_option("--model", request.model, "The printer: row, name or short name (see `sc3xx models`)")
-      ->type_name("NAME_OR_ROW")
+  add("--model", request.model, "NAME_OR_ROW", "The printer: row, name or short name (see `sc3xx models`)")
       ->capture_default_str();
-  command.add_option("--set", request.settings, "An option or debug setting of the monitor, for this run")
-      ->type_name("NAME=VALUE")
+  add("--set", request.settings, "NAME=VALUE", "An option or debug setting of the monitor (below), for this run")
       ->allow_extra_args(false);
-  command
-      .add_option("--config", request.configFile,
-                  "Settings file (TOML) [$SC3XXMON_CONFIG, else "
-                  "/etc/sc3xxmon/sc3xxmon.toml]")
-      ->type_name("FILE");
-  command.add_option("--buffer", request.bufferBytes, "Bytes handed to the monitor in one call")
-      ->check(CLI::Range(1u, 1u << 30))
-      ->type_name("BYTES")
-      ->capture_default_str();
-  command.add_option("--patience", request.patienceSeconds, "Give up when the printer has refused data for so long")
-      ->check(CLI::Range(1u, 1'000'000u))
-      ->type_name("SECONDS")
-      ->capture_default_str();
-  command
-      .add_option("--printer-name", request.printerName,
-                  "What the spooler calls the printer; two documents of the "
-                  "same name never print at once [made from the port]")
-      ->type_name("NAME");
-  command.add_flag("--json", request.json,
-                   "Report as one JSON object on standard output; progress goes to standard "
-                   "error");
-  command.add_option("--fault", request.faults, "Something that goes wrong at the virtual printer (below)")
-      ->type_name("SPEC")
-      ->allow_extra_args(false)
-      ->group("Virtual printer");
-  command.add_option("--out", request.outFolder, "Write a PNG of each printed label and the transcript there")
-      ->type_name("DIR")
-      ->group("Virtual printer");
-  command.add_option("--speed", request.speed, "instant, model (the model's own), or millimetres a second")
-      ->type_name("SPEED")
+  add("--config", request.configFile, "FILE",
+      "Settings file (TOML) [$SC3XXMON_CONFIG, else /etc/sc3xxmon/sc3xxmon.toml]");
+  add("--buffer", request.bufferBytes, "BYTES", "Bytes handed to the monitor in one call")
       ->capture_default_str()
-      ->group("Virtual printer");
+      ->check(CLI::Range(1u, 1u << 30).description(""));
+  add("--patience", request.patienceSeconds, "SECONDS", "Give up when the printer has refused data for so long")
+      ->capture_default_str()
+      ->check(CLI::Range(1u, 1'000'000u).description(""));
+  add("--printer-name", request.printerName, "NAME",
+      "What the spooler calls the printer; documents for printers of one name never print at once [made from the "
+      "port]");
+  command.add_flag("--json", request.json,
+                   Wrapped("Report as one JSON object on standard output; progress goes to standard error"));
+  add("--fault", request.faults, "SPEC", "Something that goes wrong at the virtual printer (below)")
+      ->allow_extra_args(false)
+      ->group(virtualPrinter);
+  add("--out", request.outFolder, "DIR",
+      "Write a PNG of each printed label (label-001.png ...; those of an earlier run go) and the transcript there")
+      ->group(virtualPrinter);
+  add("--speed", request.speed, "SPEED", "instant, model (the model's own), or millimetres a second")
+      ->capture_default_str()
+      ->group(virtualPrinter);
   AddDocumentOptions(command, request.document);
-  command.footer([] { return SettingNamesHelp() + "\n\n" + simulator::FaultScriptHelp() + "\n" + kPrintFooter; });
+  command.footer(
+      [] { return Wrapped(SettingNamesHelp(), 98) + "\n\n" + simulator::FaultScriptHelp() + "\n" + kPrintFooter; });
 }
 
 int RunPrint(const PrintRequest& request, Console& console, const MonitorDoor& door) {

@@ -12,24 +12,24 @@
 namespace sc3xx {
 namespace {
 
-// Why a part of the stream can't reach the printer; empty if all of it can.
-std::string DefectOf(const InspectReport& report) {
+// The first thing in the stream that keeps a part of it from the printer; null for a sound stream.
+const InspectedProblem* DefectOf(const InspectReport& report) {
   const auto error = std::find_if(report.problems.begin(), report.problems.end(), [](const InspectedProblem& problem) {
     return problem.severity == InspectedProblem::Severity::kError;
   });
-  if (error == report.problems.end()) {
-    return {};
-  }
-  return "byte " + std::to_string(error->offset) + ": " + error->what + "; " + error->consequence;
+  return error == report.problems.end() ? nullptr : &*error;
 }
 
 PrintJob JobFromStream(std::string name, std::vector<std::uint8_t> bytes, bool emptyLabelsPrinted) {
   InspectOptions options;
   options.maxCommands = 0;  // only the labels count here
   const InspectReport report = InspectStream(bytes, name, options);
-  PrintJob job{std::move(name), std::move(bytes), {}};
+  PrintJob job{std::move(name), std::move(bytes), {}, {}};
   job.expected.labels = emptyLabelsPrinted ? report.labels.size() : report.LabelsToPrint();
-  job.expected.defect = DefectOf(report);
+  if (const InspectedProblem* defect = DefectOf(report)) {
+    job.expected.defect = "byte " + std::to_string(defect->offset) + ": " + defect->what;
+    job.consequence = defect->consequence;
+  }
   return job;
 }
 

@@ -15,6 +15,7 @@ struct PrintJob {
   std::string name;
   std::vector<std::uint8_t> bytes;
   StreamExpectation expected;
+  std::string consequence;  // what becomes of a stream with a defect
 };
 
 // `emptyLabelsPrinted`: the option PrintEmptyLabel is on, so that labels without dots count. Throws InputError, or

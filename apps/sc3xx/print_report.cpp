@@ -34,16 +34,18 @@ std::uint64_t Restarts(const PrintReport& report) {
 std::string Headline(const PrintReport& report) {
   const std::uint64_t labels = SumOf(report, [](const JobReport& job) { return std::uint64_t{job.labels}; });
   const std::uint64_t acknowledged = Acknowledged(report);
+  const std::string confirmed =
+      std::to_string(acknowledged) + " of " + Counted(labels, "label") + " confirmed by the printer,";
   switch (OutcomeOf(report)) {
     case JobOutcome::kPrinted:
       return report.caveat.empty() ? "Printed " + Counted(acknowledged, "label")
                                    : "Went through " + Counted(labels, "label");
     case JobOutcome::kDeleted:
-      return "Deleted after " + std::to_string(acknowledged) + " of " + Counted(labels, "label");
+      return "Deleted, with " + confirmed;
     case JobOutcome::kFailed:
       break;
   }
-  return "FAILED after " + std::to_string(acknowledged) + " of " + Counted(labels, "label");
+  return "FAILED, with " + confirmed;
 }
 
 }  // namespace

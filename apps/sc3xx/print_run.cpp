@@ -207,7 +207,7 @@ void PrintRun::TellBeginning(const PrintJob& job, DWORD jobId) {
   heading += ": " + std::to_string(labels) + (labels == 1 ? " label" : " labels");
   progress_.BeginJob(heading, labels);
   if (!job.expected.defect.empty()) {
-    progress_.Line("  warning: the stream is broken at " + job.expected.defect);
+    progress_.Line("  warning: the stream is broken at " + job.expected.defect + "; " + job.consequence);
   }
 }
 

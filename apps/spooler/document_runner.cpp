@@ -213,7 +213,7 @@ void DocumentRunner::Judge(Feed feed, const StreamExpectation& expected) {
     return;
   }
   if (!expected.defect.empty()) {
-    Fail("the stream is broken: " + expected.defect);
+    Fail("the stream is broken at " + expected.defect);
   } else if (!expected.acknowledgements) {
     result_.outcome = JobOutcome::kPrinted;
   } else if (!view.complete) {

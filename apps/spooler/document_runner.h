@@ -90,7 +90,7 @@ struct DocumentResult {
 // What the stream is known to hold, so that a job isn't called printed when only a part of it was.
 struct StreamExpectation {
   std::size_t labels = 0;
-  std::string defect;            // why a part of the stream can't reach the printer; empty for a sound stream
+  std::string defect;            // "byte N: what is wrong there" if a part can't reach the printer; empty if sound
   bool acknowledgements = true;  // false when the monitor passes the stream on unread (BypassMode)
 };
 

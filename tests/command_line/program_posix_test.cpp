@@ -108,7 +108,7 @@ TEST(ProgramTest, CtrlCDeletesAJobThatWaitsForLabelsAndExitsWithThree) {
   Program program({"print", kSample, "--fault", "bay=2"});
   ASSERT_TRUE(program.WaitFor("Out of labels")) << program.text;
   program.Interrupt();
-  EXPECT_TRUE(program.WaitFor("Deleted after 0 of 1 label")) << program.text;
+  EXPECT_TRUE(program.WaitFor("Deleted, with 0 of 1 label")) << program.text;
   EXPECT_EQ(program.Wait(), 3);
 }
 

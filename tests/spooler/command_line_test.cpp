@@ -310,7 +310,7 @@ TEST_F(CommandLineTest, FewerLabelsThanInTheStreamAreAFailure) {
   monitor.labels = 1;
   EXPECT_EQ(Run({"print", JobFile("a.kpl", 2)}), 1);
   EXPECT_THAT(err.str(), HasSubstr("only 1 of 2 labels"));
-  EXPECT_THAT(out.str(), HasSubstr("FAILED after 1 of 2 labels"));
+  EXPECT_THAT(out.str(), HasSubstr("FAILED, with 1 of 2 labels confirmed"));
 }
 
 TEST_F(CommandLineTest, ABrokenStreamIsAFailureEvenIfAllItsLabelsWentOut) {
@@ -320,14 +320,14 @@ TEST_F(CommandLineTest, ABrokenStreamIsAFailureEvenIfAllItsLabelsWentOut) {
   monitor.labels = 1;
   EXPECT_EQ(Run({"print", File("broken.kpl", job)}), 1);
   EXPECT_THAT(out.str(), HasSubstr("warning: the stream is broken at byte 25"));
-  EXPECT_THAT(err.str(), HasSubstr("the stream is broken"));
+  EXPECT_THAT(err.str(), HasSubstr("the stream is broken at byte 25"));
 }
 
 TEST_F(CommandLineTest, ACancelAtThePrinterExitsWithThree) {
   monitor.command = JOB_CONTROL_DELETE;
   EXPECT_EQ(Run({"print", JobFile("a.kpl", 2)}), 3);
   EXPECT_THAT(err.str(), HasSubstr("cancelled at the printer"));
-  EXPECT_THAT(out.str(), HasSubstr("Deleted after 0 of 2 labels"));
+  EXPECT_THAT(out.str(), HasSubstr("Deleted, with 0 of 2 labels confirmed"));
 }
 
 TEST_F(CommandLineTest, ARestartIsTold) {
@@ -354,6 +354,28 @@ TEST_F(CommandLineTest, OverridesReachTheMonitorsSettings) {
   ASSERT_EQ(Run({"print", JobFile("a.kpl", 1), "--config", config, "--set", "SendIPHs=0", "--set", "DontLock=1"}), 0);
   EXPECT_THAT(err.str(), HasSubstr("DontLock has no effect while DebugLevel is 0"));
 }
+
+struct DebugMode {
+  const char* setting;
+  const char* caveat;
+};
+
+class DebugModeTest : public CommandLineTest, public ::testing::WithParamInterface<DebugMode> {};
+
+TEST_P(DebugModeTest, DoesNotClaimThatLabelsCameOut) {
+  monitor.labels = 1;
+  EXPECT_EQ(Run({"print", JobFile("a.kpl", 1), "--set", "DebugLevel=1", "--set", GetParam().setting}), 0) << err.str();
+  EXPECT_THAT(out.str(), HasSubstr(GetParam().caveat));
+  EXPECT_THAT(out.str(), HasSubstr("Went through 1 label"));
+}
+
+INSTANTIATE_TEST_SUITE_P(CommandLine, DebugModeTest,
+                         ::testing::Values(DebugMode{"NoDeviceIO=1", "nothing went to the printer"},
+                                           DebugMode{"BypassMode=1", "passed on unread"}),
+                         [](const auto& tested) {
+                           const std::string setting = tested.param.setting;
+                           return setting.substr(0, setting.find('='));
+                         });
 
 TEST_F(CommandLineTest, TheHostIsTakenBackAtTheEnd) {
   monitor.labels = 1;
