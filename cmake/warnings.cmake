@@ -3,7 +3,9 @@ add_library(sc3xxmon_flags INTERFACE)
 target_compile_options(sc3xxmon_flags INTERFACE
   -ffp-contract=off -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wformat=2 -Wundef
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wextra-semi>)
-target_compile_definitions(sc3xxmon_flags INTERFACE $<$<NOT:$<BOOL:${SC3XXMON_SANITIZE}>>:_FORTIFY_SOURCE=2>)
+if(NOT SC3XXMON_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+  target_compile_definitions(sc3xxmon_flags INTERFACE _FORTIFY_SOURCE=2)
+endif()
 target_link_options(sc3xxmon_flags INTERFACE -Wl,-z,relro,-z,now)
 
 if(SC3XXMON_SANITIZE)
