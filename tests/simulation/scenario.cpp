@@ -46,6 +46,8 @@ class ScenarioMaker {
     for (std::uint32_t i = 0; i < faults; ++i) {
       random_.Chance(1, 3) ? AddCallFault() : AddPrinterFault();
     }
+    KeepStatusHonest();
+    KeepAnswersWithTheirRequests();
     if (late_) {
       AddLateFault();
       scenario_.mostCalls = 3000;
@@ -62,6 +64,8 @@ class ScenarioMaker {
   void AddPrinterFault();
   void AddCallFault();
   void AddLateFault();
+  void KeepStatusHonest();
+  void KeepAnswersWithTheirRequests();
   Fault DrawPrinterFault();
   void SetWhen(Fault& fault);
   void SetHowLong(Fault& fault);
@@ -137,7 +141,9 @@ void ScenarioMaker::MakeJobs() {
   const std::uint32_t count = random_.Chance(3, 4) ? 1 : random_.Between(2, 3);
   for (std::uint32_t i = 0; i < count; ++i) {
     JobPlan job = MakeJob(random_, 10 + i, static_cast<std::uint16_t>(1000 * i + 1), limits);
-    if (random_.Chance(1, 12)) {
+    // On tape a deletion may leave an answer in the port, for the next job to find.
+    const bool mayDelete = late_ || !limits.tape || i + 1 == count;
+    if (mayDelete && random_.Chance(1, 12)) {
       job.deleteAfterMs = random_.Between(0, 4000);
     }
     scenario_.jobs.push_back(std::move(job));
@@ -165,11 +171,9 @@ void ScenarioMaker::SetWhen(Fault& fault) {
 }
 
 void ScenarioMaker::SetHowLong(Fault& fault) {
+  fault.forMs = random_.Between(1, 20000);
   if (random_.Chance(1, 2)) {
     fault.count = random_.Between(1, 5);
-  }
-  if (!fault.count || random_.Chance(1, 3)) {
-    fault.forMs = random_.Between(1, 20000);
   }
 }
 
@@ -225,6 +229,36 @@ void ScenarioMaker::AddPrinterFault() {
     if (simulator::CheckFault(scenario_.printer, fault).empty()) {
       scenario_.printer.faults.push_back(fault);
       return;
+    }
+  }
+}
+
+// A printer that says it is well while it can't print keeps its answer for later than anybody waits.
+void ScenarioMaker::KeepStatusHonest() {
+  auto& faults = scenario_.printer.faults;
+  const bool claimsToBeWell = std::any_of(faults.begin(), faults.end(), [](const Fault& fault) {
+    return fault.kind == FaultKind::kStatus && (fault.value <= 1 || fault.value == 4);
+  });
+  if (claimsToBeWell) {
+    std::erase_if(faults, [](const Fault& fault) { return fault.kind <= FaultKind::kErrorBits; });
+  }
+}
+
+void ScenarioMaker::KeepAnswersWithTheirRequests() {
+  // A printer that stops with its buffer full takes no byte for longer than a write waits, and that write stands behind a
+  // request.
+  const auto& faults = scenario_.printer.faults;
+  if (std::any_of(faults.begin(), faults.end(), [](const Fault& fault) { return fault.kind <= FaultKind::kStatus; })) {
+    scenario_.printer.receiveBufferBytes.reset();
+  }
+  // A label that is cut off behind the first of two rasters looks whole to the printer.
+  const auto& calls = scenario_.callFaults;
+  if (std::any_of(calls.begin(), calls.end(),
+                  [](const CallFault& fault) { return fault.kind == CallFaultKind::kWriteTakesPart; })) {
+    for (JobPlan& job : scenario_.jobs) {
+      for (LabelPlan& label : job.labels) {
+        label.firstRaster.reset();
+      }
     }
   }
 }

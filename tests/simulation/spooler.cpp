@@ -21,6 +21,7 @@ class JobFeeder {
       RunDocument();
     } while (restartAsked_ && !Deleted());
     result_.deleted = Deleted();
+    result_.restartPending = restartAsked_;
     const auto& record = world_.host.jobs.at(job_.id);
     result_.status = record.status & ~kDeletion;
     result_.pagesPrinted = record.pagesPrinted;

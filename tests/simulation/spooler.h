@@ -11,8 +11,9 @@
 namespace sc3xxmon::simulation {
 
 struct JobResult {
-  bool taken = false;    // the last write returned success with nothing left
-  bool deleted = false;  // by a person in the spooler, or by the monitor because of a cancel at the printer
+  bool taken = false;           // the last write returned success with nothing left
+  bool deleted = false;         // by a person in the spooler, or by the monitor because of a cancel at the printer
+  bool restartPending = false;  // asked for, but the job was deleted first
   std::uint32_t restarts = 0;
   DWORD status = 0;  // as the job's record said at its end, deletion left out
   DWORD pagesPrinted = 0;
