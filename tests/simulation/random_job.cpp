@@ -92,7 +92,13 @@ void AddRasters(Random& random, const JobLimits& limits, LabelPlan& label) {
   }
 }
 
-LabelPlan DrawLabel(Random& random, std::uint16_t index, bool mayHaveBetween, const JobLimits& limits) {
+// A label that the printer can't tell to be whole without an end command: one without a raster, and on tape, where a
+// request stands between chunks, the last one. Such a label would hang on the footer, which is sent only once.
+bool NeedsItsEnd(const LabelPlan& label, bool last, const JobLimits& limits) {
+  return (limits.printEmpty && label.Empty()) || (limits.tape && last);
+}
+
+LabelPlan DrawLabel(Random& random, std::uint16_t index, bool mayHaveBetween, bool last, const JobLimits& limits) {
   LabelPlan label;
   label.index = index;
   if (mayHaveBetween && random.Chance(1, 3)) {
@@ -104,16 +110,16 @@ LabelPlan DrawLabel(Random& random, std::uint16_t index, bool mayHaveBetween, co
     AddRasters(random, limits, label);
   }
   label.back = random.Chance(1, 5) ? Commands(random, kAnywhere, 1) : ByteString{};
-  label.ended = random.Chance(5, 6);
+  label.ended = random.Chance(5, 6) || NeedsItsEnd(label, last, limits);
   if (label.ended) {
     Append(label.back, random.Chance(1, 2) ? test::Bytes("1B 47") : CommandOf(random, 'p', 1));
   }
   return label;
 }
 
-LabelPlan MakeLabel(Random& random, std::uint16_t index, bool mayHaveBetween, const JobLimits& limits) {
+LabelPlan MakeLabel(Random& random, std::uint16_t index, bool mayHaveBetween, bool last, const JobLimits& limits) {
   for (;;) {
-    LabelPlan label = DrawLabel(random, index, mayHaveBetween, limits);
+    LabelPlan label = DrawLabel(random, index, mayHaveBetween, last, limits);
     if (!HoldsAnEndLetter(label.Bytes())) {
       return label;
     }
@@ -163,7 +169,8 @@ JobPlan MakeJob(Random& random, std::uint32_t id, std::uint16_t firstIndex, cons
     if (HoldsAnEndLetter(test::LabelIndex(index))) {
       continue;
     }
-    job.labels.push_back(MakeLabel(random, index, made > 0 && job.labels.back().ended, limits));
+    const bool mayHaveBetween = made > 0 && job.labels.back().ended;
+    job.labels.push_back(MakeLabel(random, index, mayHaveBetween, made + 1 == count, limits));
     ++made;
   }
   if (job.labels.empty()) {
@@ -171,7 +178,8 @@ JobPlan MakeJob(Random& random, std::uint32_t id, std::uint16_t firstIndex, cons
     LabelPlan empty;
     empty.index = firstIndex;
     empty.front = test::LabelIndex(firstIndex);
-    empty.ended = false;
+    empty.ended = limits.printEmpty;
+    empty.back = limits.printEmpty ? test::Bytes("1B 47") : ByteString{};
     job.labels.push_back(empty);
   }
   job.footer = test::Bytes(random.Chance(1, 4) ? "1B 45 1B 51" : "1B 51");

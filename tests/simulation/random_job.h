@@ -9,6 +9,7 @@ namespace sc3xxmon::simulation {
 struct JobLimits {
   bool tape = false;             // chunks are 1 bit a dot, one raster a label
   std::uint32_t mostLines = 80;  // of one raster
+  bool printEmpty = false;       // labels without a raster go to the printer too
 };
 
 // `firstIndex` is the index of its first label; the others count up from there.

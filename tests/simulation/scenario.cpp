@@ -30,6 +30,10 @@ bool IsTape(std::uint32_t row) {
   return row >= 8;
 }
 
+bool ClaimsToBeWell(const Fault& fault) {
+  return fault.kind == FaultKind::kStatus && (fault.value <= 1 || fault.value == 4);
+}
+
 class ScenarioMaker {
  public:
   ScenarioMaker(std::uint64_t seed, ScenarioClass kind)
@@ -137,7 +141,8 @@ void ScenarioMaker::MakeFirmware(std::uint32_t row) {
 
 void ScenarioMaker::MakeJobs() {
   const auto row = static_cast<std::uint32_t>(scenario_.printer.model);
-  const JobLimits limits{IsTape(row) || IsTape(scenario_.driverRow), kMostLines};
+  const JobLimits limits{IsTape(row) || IsTape(scenario_.driverRow), kMostLines,
+                         scenario_.OptionOr(L"PrintEmptyLabel", 0) != 0};
   const std::uint32_t count = random_.Chance(3, 4) ? 1 : random_.Between(2, 3);
   for (std::uint32_t i = 0; i < count; ++i) {
     JobPlan job = MakeJob(random_, 10 + i, static_cast<std::uint16_t>(1000 * i + 1), limits);
@@ -236,11 +241,11 @@ void ScenarioMaker::AddPrinterFault() {
 // A printer that says it is well while it can't print keeps its answer for later than anybody waits.
 void ScenarioMaker::KeepStatusHonest() {
   auto& faults = scenario_.printer.faults;
-  const bool claimsToBeWell = std::any_of(faults.begin(), faults.end(), [](const Fault& fault) {
-    return fault.kind == FaultKind::kStatus && (fault.value <= 1 || fault.value == 4);
-  });
+  const bool claimsToBeWell = std::any_of(faults.begin(), faults.end(), ClaimsToBeWell);
   if (claimsToBeWell) {
-    std::erase_if(faults, [](const Fault& fault) { return fault.kind <= FaultKind::kErrorBits; });
+    std::erase_if(faults, [](const Fault& fault) {
+      return fault.kind <= FaultKind::kErrorBits || (fault.kind == FaultKind::kStatus && !ClaimsToBeWell(fault));
+    });
   }
 }
 

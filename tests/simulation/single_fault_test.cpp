@@ -94,6 +94,8 @@ class SingleFault : public ::testing::TestWithParam<Case> {
     return label;
   }
 
+  std::uint64_t lastLosing_ = 0;
+
   static std::uint64_t CallsWithoutFault() { return RunScenario(ThreeLabels()).calls; }
 
   // Plays the fault at every call of the run, and a few behind it.
@@ -157,19 +159,31 @@ TEST_P(SingleFault, CancelAtThePrinterEndsTheJobCleanly) {
   }
 }
 
-// A write that fails behind a request, and a read that leaves its answer behind, shift answers by one: with no second
-// fault nothing gets lost by that either, and the run is the protocol's own, whatever it does.
+// A write that fails behind a request shifts answers by one. Nothing gets lost by that alone but on the chunked path:
+// there the stale answer lets the label begin again while the printer still waits for the dots of a chunk whose head is
+// out. That hits the dots of every chunk but a label's first, in which no request is on its way.
 TEST_P(SingleFault, WriteFailsBehindARequest) {
+  constexpr std::uint64_t kLabels = 3;
+  constexpr std::uint64_t kFurtherChunks = 2;
   const std::uint64_t calls = CallsWithoutFault();
+  std::uint64_t lost = 0;
   for (std::uint64_t call = 1; call <= calls; ++call) {
     Scenario scenario = ThreeLabels();
     scenario.kind = ScenarioClass::kLate;
     scenario.callFaults = {{CallFaultKind::kWriteFails, call, 0, false}};
     const Outcome outcome = RunScenario(scenario);
     EXPECT_THAT(outcome.problems, IsEmpty()) << "fault from call " << call;
-    EXPECT_EQ(outcome.verdict.labelsLost, 0u) << "fault from call " << call;
     EXPECT_FALSE(outcome.stuck) << "fault from call " << call;
+    EXPECT_LE(outcome.verdict.labelsLost, 1u) << "fault from call " << call;
+    if (outcome.verdict.labelsLost > 0) {
+      lost += outcome.verdict.labelsLost;
+      lastLosing_ = call;
+    }
   }
+  const bool chunked = GetParam().row >= 8 && GetParam().chunkLines == 5;
+  // The fault waits for a write, so that the read in front of a losing write counts for it as well.
+  EXPECT_EQ(lost > 0, chunked) << "last from call " << lastLosing_;
+  EXPECT_LE(lost, 2 * kLabels * kFurtherChunks);
 }
 
 TEST_P(SingleFault, AnswerThatStaysInThePortIsTheProtocolsBusiness) {
