@@ -121,7 +121,7 @@ TEST_F(LanPrinterTest, RefusedConnectionPassesOn) {
 
 TEST_F(LanPrinterTest, ANewDocumentDropsTheConnectionOfTheOneBefore) {
   Signal closed;
-  server.Next([&](Peer& peer) {
+  server.Next([closed](Peer& peer) {
     peer.AwaitEnd();
     closed.Set();
   });

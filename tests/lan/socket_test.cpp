@@ -86,7 +86,7 @@ TEST_F(SocketTest, TwentyOfThirtyTwoBytesFailAsSoonAsTheyArrive) {
 
 TEST_F(SocketTest, AnAnswerInTwoPiecesFailsAtTheFirst) {
   Signal failed;
-  server.Next([&](Peer& peer) {
+  server.Next([failed](Peer& peer) {
     peer.Give(ByteString(20, 1));
     failed.Await();
     peer.Give(ByteString(12, 1));
@@ -116,7 +116,7 @@ TEST_F(SocketTest, ReadWithoutDataTimesOut) {
 TEST_F(SocketTest, AfterATimeOutTheBufferIsLeftAlone) {
   Signal late;
   Signal sent;
-  server.Next([&](Peer& peer) {
+  server.Next([late, sent](Peer& peer) {
     late.Await();
     peer.Give(ByteString(32, 9));
     sent.Set();
@@ -169,7 +169,7 @@ TEST_F(SocketTest, PeerThatClosesAfterSomeBytesIsAShortTransfer) {
 
 TEST_F(SocketTest, ResetDuringAReadIsTheOperationsResult) {
   Signal reading;
-  server.Next([&](Peer& peer) {
+  server.Next([reading](Peer& peer) {
     reading.Await();
     peer.Reset();
   });
@@ -202,8 +202,7 @@ TEST_F(SocketTest, WriteAfterAResetFailsInTheCallAndRaisesNoSignal) {
 }
 
 TEST_F(SocketTest, AnswerThatCameBeforeTheResetIsStillThere) {
-  Signal given;
-  server.Next([&](Peer& peer) {
+  server.Next([](Peer& peer) {
     peer.Give(ByteString(32, 3));
     peer.Reset();
   });
@@ -227,7 +226,7 @@ class SlowPrinter : public SocketTest {
 
 TEST_F(SlowPrinter, PrinterThatAcceptsAndNeverReadsTimesTheWriteOut) {
   Signal over;
-  slow.Next([&](Peer&) { over.Await(); });
+  slow.Next([over](Peer&) { over.Await(); });
   ConnectSlow();
   const auto time = TimeOf([&] {
     EXPECT_EQ(FailureOf([&] { Write(ByteString(kMoreThanFits, 1), 60); }), "WSAWaitForMultipleEvents timed out!");
@@ -290,7 +289,7 @@ TEST_F(SocketTest, TimeOutCarriesTheCodeOfAnOperationUnderWay) {
 
 TEST_F(SocketTest, ShortTransferCarriesWhateverCodeStood) {
   Signal given;
-  server.Next([&](Peer& peer) {
+  server.Next([given](Peer& peer) {
     peer.Give(ByteString(20, 1));
     given.Set();
     peer.AwaitEnd();

@@ -297,13 +297,13 @@ TEST_F(TcpPort, AReadTimeOutOnAnOldConnectionCostsASecondOneAndLeavesNoConnectio
 TEST_F(TcpPort, AnAnswerThatComesLateGoesToNobody) {
   Signal timedOut;
   server
-      .Next([&](Peer& peer) {
+      .Next([timedOut](Peer& peer) {
         peer.Take(3);
         peer.AwaitEnd();  // the time-out drops the connection
         peer.Give(ByteString(32, 1));
         timedOut.Set();
       })
-      .Next([&](Peer& peer) {
+      .Next([timedOut](Peer& peer) {
         timedOut.Await();
         peer.AwaitEnd();
       })
@@ -323,7 +323,7 @@ TEST_F(TcpPort, AnAnswerThatComesLateGoesToNobody) {
 
 TEST_F(TcpPort, BytesThatNobodyAskedForAreTheNextAnswer) {
   Signal given;
-  server.Next([&](Peer& peer) {
+  server.Next([given](Peer& peer) {
     peer.Give(ByteString(32, 0xAA));
     given.Set();
     peer.AwaitEnd();
@@ -395,7 +395,7 @@ TEST_F(TcpPort, BytesOfTheFirstAttemptAreSentAgainFromTheStart) {
 TEST_F(TcpPort, PrinterThatNeverReadsCostsTwoWriteTimeOuts) {
   Signal over;
   PeerServer slow(16 << 10);
-  slow.Next([&](Peer&) { over.Await(); }).Next([&](Peer&) { over.Await(); });
+  slow.Next([over](Peer&) { over.Await(); }).Next([over](Peer&) { over.Await(); });
   const HANDLE port = OpenAndStart(slow.Address(), 5000, 40);
   const auto time = TimeOf([&] { EXPECT_EQ(Write(port, ByteString(24u << 20, 1)), FALSE); });
   EXPECT_GE(time, 80ms);

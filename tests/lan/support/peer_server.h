@@ -32,6 +32,7 @@ class Peer {
   // All bytes until the other side closes. Throws if it resets the connection.
   ByteString TakeAll();
   void Give(const ByteString& bytes);
+  // Both return when the other end, in this process, has seen it.
   void Close();
   void Reset();
   // Until the other side has closed or reset; bytes that come meanwhile are dropped.

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "lan/support/client_end.h"
 #include "lan/support/peer_server.h"
 
 namespace sc3xxmon::test {
@@ -64,14 +65,18 @@ void Peer::Give(const ByteString& bytes) {
 
 void Peer::Close() {
   if (descriptor_ >= 0) {
+    const ClientEnd client(descriptor_);
     close(std::exchange(descriptor_, -1));
+    client.AwaitClosed();
   }
 }
 
 void Peer::Reset() {
+  const ClientEnd client(descriptor_);
   const linger atOnce{1, 0};
   setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
-  Close();
+  close(std::exchange(descriptor_, -1));
+  client.AwaitReset();
 }
 
 void Peer::AwaitEnd() {
