@@ -1,5 +1,5 @@
-// Puts a pause behind every call that a port's document makes on its LAN table, until the printer at the other end has
-// dealt with it. So a run depends on nothing but what the printer does.
+// Writes down every call that a port's documents make on its table, and with a printer on the network puts a pause behind
+// each until the printer has dealt with it. So a run depends on nothing but what the printer does.
 #pragma once
 
 #include <string>
@@ -23,12 +23,13 @@ struct PortCall {
 // One at a time. Each connect must ask the name service once, as it does for a host with one address.
 class LockstepPort {
  public:
+  LockstepPort();  // writes down only
   LockstepPort(PrinterServer& printer, const NameService& names);
   ~LockstepPort();
   LockstepPort(const LockstepPort&) = delete;
   LockstepPort& operator=(const LockstepPort&) = delete;
 
-  // Takes the port's own copy of its table over. The port is a LAN port of the monitor, open and without a document.
+  // Takes the port's own copy of its table over. The port is one of the monitor's, open and without a document.
   void TakeOver(HANDLE port);
 
   std::vector<PortCall> calls;
@@ -39,8 +40,9 @@ class LockstepPort {
   void Before();
   void After(bool succeeded, std::size_t sent, std::size_t read);
 
-  PrinterServer& printer_;
-  const NameService& names_;
+  PrinterServer* printer_ = nullptr;
+  const NameService* names_ = nullptr;
+  MONITOR2 own_{};
   std::size_t asked_ = 0;
   PrinterServer::ClientView view_;
 };

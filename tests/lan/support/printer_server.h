@@ -41,12 +41,14 @@ struct Cut {
 
 class PrinterServer {
  public:
-  explicit PrinterServer(const simulator::PrinterSettings& settings, std::optional<Cut> cut = std::nullopt);
+  // `listener` brings an address that was taken before.
+  explicit PrinterServer(const simulator::PrinterSettings& settings, std::optional<Cut> cut = std::nullopt,
+                         std::unique_ptr<LoopbackListener> listener = std::make_unique<LoopbackListener>());
   ~PrinterServer();
   PrinterServer(const PrinterServer&) = delete;
   PrinterServer& operator=(const PrinterServer&) = delete;
 
-  const std::wstring& Address() const { return listener_.Address(); }
+  const std::wstring& Address() const { return listener_->Address(); }
 
   // Drops all connections by a reset, and refuses new ones until it is back.
   void GoAway();
@@ -60,6 +62,7 @@ class PrinterServer {
   template <class Use>
   auto WithPrinter(Use use) {
     const std::lock_guard lock(mutex_);
+    Wake();  // there may be something to answer now
     return use(printer_);
   }
   // All bytes of a connection, counted from 1, whether the printer got them or not, and all bytes of answers to it.
@@ -111,7 +114,7 @@ class PrinterServer {
 
   simulator::VirtualPrinter printer_;
   const std::optional<Cut> cut_;
-  LoopbackListener listener_;
+  const std::unique_ptr<LoopbackListener> listener_;
   int wake_[2];
   mutable std::mutex mutex_;
   std::condition_variable changed_;

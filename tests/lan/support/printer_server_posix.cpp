@@ -19,12 +19,13 @@ constexpr std::uint64_t kNow = 0;
 
 }  // namespace
 
-PrinterServer::PrinterServer(const simulator::PrinterSettings& settings, std::optional<Cut> cut)
-    : printer_(settings), cut_(cut) {
+PrinterServer::PrinterServer(const simulator::PrinterSettings& settings, std::optional<Cut> cut,
+                             std::unique_ptr<LoopbackListener> listener)
+    : printer_(settings), cut_(cut), listener_(std::move(listener)) {
   if (pipe(wake_) != 0) {
     throw std::runtime_error("no pipe for a printer");
   }
-  listener_.Listen();
+  listener_->Listen();
   thread_ = std::thread([this] { Serve(); });
 }
 
@@ -92,7 +93,7 @@ bool PrinterServer::WaitForWork() {
   {
     const std::lock_guard lock(mutex_);
     if (!isAway_) {
-      entries.push_back({listener_.Descriptor(), POLLIN, 0});
+      entries.push_back({listener_->Descriptor(), POLLIN, 0});
     }
     for (const Connection& connection : connections_) {
       if (connection.descriptor >= 0) {
@@ -121,6 +122,7 @@ void PrinterServer::Serve() {
     }
     for (Connection& connection : connections_) {
       TakeFrom(connection);
+      Answer(connection);
     }
     FollowPresence();
     changed_.notify_all();
@@ -136,20 +138,20 @@ void PrinterServer::FollowPresence() {
   }
   isAway_ = shallBeAway_;
   if (!isAway_) {
-    return listener_.Listen();
+    return listener_->Listen();
   }
   for (Connection& connection : connections_) {
     if (connection.descriptor >= 0) {
       EndByPrinter(connection, CutKind::kReset);
     }
   }
-  listener_.Refuse();
+  listener_->Refuse();
 }
 
 void PrinterServer::AcceptAll() {
-  pollfd entry{listener_.Descriptor(), POLLIN, 0};
+  pollfd entry{listener_->Descriptor(), POLLIN, 0};
   while (poll(&entry, 1, 0) > 0) {
-    const int descriptor = accept4(listener_.Descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    const int descriptor = accept4(listener_->Descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (descriptor < 0) {
       return;
     }
@@ -198,7 +200,7 @@ void PrinterServer::Feed(Connection& connection, const std::uint8_t* bytes, std:
 void PrinterServer::Answer(Connection& connection) {
   std::array<std::uint8_t, 4096> bytes;
   std::size_t count = printer_.Read(connection.client, bytes, kNow);
-  if (count == 0 || connection.isCut) {
+  if (count == 0 || connection.isCut || connection.descriptor < 0) {
     return;
   }
   const bool cuts = MayCut(connection, true) && cut_->at <= connection.given.size() + count;
