@@ -301,8 +301,9 @@ TEST_F(LabelSendingTest, ALabelThatGoesOutAgainIsCompressedAgainFromItsOwnBytes)
 }
 
 TEST_F(LabelSendingTest, ALabelThatCameCompressedIsSentAsItStands) {
+  // Its two lines are fewer bytes than the block, so that it could pass for a raster to be compressed.
   const ByteString label =
-      Joined({LabelIndex(1), Bytes("1B 5A 03 02 00 00 00 01 00 08 00 00 00 08 00 00 00 AA BB"), kFeed});
+      Joined({LabelIndex(1), Bytes("1B 5A 03 04 00 00 00 01 00 02 00 00 00 08 00 00 00 AA BB CC DD"), kFeed});
   JobWith(5, label);
   SendNext();
   EXPECT_THAT(port.writes, ElementsAre(label));

@@ -14,6 +14,9 @@ TEST(PortTimeoutsTest, ALabelGetsItsTimeAt40MillimetresASecondAndThreeSecondsOve
   constexpr Row kRows[] = {
       {0, 3000, "no lines at all"},
       {1, 3002, "cut toward zero, not rounded"},
+      {60, 3127, "in double precision it would be 3126"},
+      {480, 4015, "the seconds are added before the milliseconds are made: else 4016"},
+      {1740, 6682, "divided twice: else 6683"},
       {1000, 5116, "about 85 mm"},
       {5669, 14999, "the last that the default time-out covers"},
       {5670, 15001, "the first that it doesn't"},
