@@ -56,9 +56,16 @@ coverage: ## line coverage of src/ by the tests
 	@gcovr --root . --filter src/ --object-directory build/coverage --print-summary
 
 .PHONY: check
-check: ## formatting, static analysis, and the rules of the tree
-	@scripts/setup build test check
+check: ## formatting and the rules of the tree
+	@scripts/setup check
 	@scripts/check
+
+.PHONY: tidy
+tidy: ## static analysis
+	@scripts/setup build test check
+	@cmake --preset release --log-level=WARNING
+	@git ls-files 'src/*.cpp' 'simulator/*.cpp' 'apps/*.cpp' | grep -v /win32/ | \
+	  xargs -P $(JOBS) -n 4 clang-tidy --quiet -p build/release
 
 .PHONY: format
 format: ## format all sources

@@ -71,8 +71,16 @@ const std::vector<DroppedLabel>& VirtualPrinter::Dropped() const {
   return machine_->dropped;
 }
 
+std::vector<DroppedLabel> VirtualPrinter::TakeDropped() {
+  return std::exchange(machine_->dropped, {});
+}
+
 const std::vector<PrinterEvent>& VirtualPrinter::Events() const {
   return machine_->events;
+}
+
+std::vector<PrinterEvent> VirtualPrinter::TakeEvents() {
+  return std::exchange(machine_->events, {});
 }
 
 const std::vector<MalformedInput>& VirtualPrinter::Malformed() const {

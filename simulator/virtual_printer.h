@@ -107,10 +107,13 @@ class VirtualPrinter {
   bool FaultStands(FaultId fault) const;
 
   // --- what came of it
+  // A Take hands the list over and starts an empty one: what runs for long takes, so that nothing grows.
   const std::vector<PrintedLabel>& Printed() const;
-  std::vector<PrintedLabel> TakePrinted();  // hands them over and starts an empty list
+  std::vector<PrintedLabel> TakePrinted();
   const std::vector<DroppedLabel>& Dropped() const;
+  std::vector<DroppedLabel> TakeDropped();
   const std::vector<PrinterEvent>& Events() const;
+  std::vector<PrinterEvent> TakeEvents();
   const std::vector<MalformedInput>& Malformed() const;  // the first 1000
   const PrinterCounts& Counts() const;
   const std::vector<Exchange>& Transcript() const;

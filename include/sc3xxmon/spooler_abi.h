@@ -187,11 +187,12 @@ extern "C" {
  */
 typedef struct Sc3xxMonitor2 {
   DWORD cbSize;
-  BOOL(WINAPI* pfnEnumPorts)(HANDLE hMonitor, LPWSTR pName, DWORD Level, LPBYTE pPorts, DWORD cbBuf,
-                             LPDWORD pcbNeeded, LPDWORD pcReturned);
+  BOOL(WINAPI* pfnEnumPorts)
+  (HANDLE hMonitor, LPWSTR pName, DWORD Level, LPBYTE pPorts, DWORD cbBuf, LPDWORD pcbNeeded, LPDWORD pcReturned);
   BOOL(WINAPI* pfnOpenPort)(HANDLE hMonitor, LPWSTR pName, HANDLE* pHandle);
-  BOOL(WINAPI* pfnOpenPortEx)(HANDLE hMonitor, HANDLE hMonitorPort, LPWSTR pPortName, LPWSTR pPrinterName,
-                              HANDLE* pHandle, struct Sc3xxMonitor2* pMonitor2);
+  BOOL(WINAPI* pfnOpenPortEx)
+  (HANDLE hMonitor, HANDLE hMonitorPort, LPWSTR pPortName, LPWSTR pPrinterName, HANDLE* pHandle,
+   struct Sc3xxMonitor2* pMonitor2);
   BOOL(WINAPI* pfnStartDocPort)(HANDLE hPort, LPWSTR pPrinterName, DWORD JobId, DWORD Level, LPBYTE pDocInfo);
   BOOL(WINAPI* pfnWritePort)(HANDLE hPort, LPBYTE pBuffer, DWORD cbBuf, LPDWORD pcbWritten);
   BOOL(WINAPI* pfnReadPort)(HANDLE hPort, LPBYTE pBuffer, DWORD cbBuf, LPDWORD pcbRead);
@@ -201,17 +202,18 @@ typedef struct Sc3xxMonitor2 {
   BOOL(WINAPI* pfnAddPortEx)(HANDLE hMonitor, LPWSTR pName, DWORD Level, LPBYTE pBuffer, LPWSTR pMonitorName);
   BOOL(WINAPI* pfnConfigurePort)(HANDLE hMonitor, LPWSTR pName, void* hWnd, LPWSTR pPortName);
   BOOL(WINAPI* pfnDeletePort)(HANDLE hMonitor, LPWSTR pName, void* hWnd, LPWSTR pPortName);
-  BOOL(WINAPI* pfnGetPrinterDataFromPort)(HANDLE hPort, DWORD ControlID, LPWSTR pValueName, LPWSTR lpInBuffer,
-                                          DWORD cbInBuffer, LPWSTR lpOutBuffer, DWORD cbOutBuffer,
-                                          LPDWORD lpcbReturned);
+  BOOL(WINAPI* pfnGetPrinterDataFromPort)
+  (HANDLE hPort, DWORD ControlID, LPWSTR pValueName, LPWSTR lpInBuffer, DWORD cbInBuffer, LPWSTR lpOutBuffer,
+   DWORD cbOutBuffer, LPDWORD lpcbReturned);
   BOOL(WINAPI* pfnSetPortTimeOuts)(HANDLE hPort, LPCOMMTIMEOUTS lpCTO, DWORD reserved);
   BOOL(WINAPI* pfnXcvOpenPort)(HANDLE hMonitor, LPCWSTR pszObject, ACCESS_MASK GrantedAccess, HANDLE* phXcv);
-  DWORD(WINAPI* pfnXcvDataPort)(HANDLE hXcv, LPCWSTR pszDataName, LPBYTE pInputData, DWORD cbInputData,
-                                LPBYTE pOutputData, DWORD cbOutputData, LPDWORD pcbOutputNeeded);
+  DWORD(WINAPI* pfnXcvDataPort)
+  (HANDLE hXcv, LPCWSTR pszDataName, LPBYTE pInputData, DWORD cbInputData, LPBYTE pOutputData, DWORD cbOutputData,
+   LPDWORD pcbOutputNeeded);
   BOOL(WINAPI* pfnXcvClosePort)(HANDLE hXcv);
   void(WINAPI* pfnShutdown)(HANDLE hMonitor);
-  DWORD(WINAPI* pfnSendRecvBidiDataFromPort)(HANDLE hPort, DWORD dwAccessBit, LPCWSTR pAction, void* pReqData,
-                                             void** ppResData);
+  DWORD(WINAPI* pfnSendRecvBidiDataFromPort)
+  (HANDLE hPort, DWORD dwAccessBit, LPCWSTR pAction, void* pReqData, void** ppResData);
   DWORD(WINAPI* pfnNotifyUsedPorts)(HANDLE hMonitor, DWORD cPorts, LPCWSTR* ppszPorts);
   DWORD(WINAPI* pfnNotifyUnusedPorts)(HANDLE hMonitor, DWORD cPorts, LPCWSTR* ppszPorts);
   DWORD(WINAPI* pfnPowerEvent)(HANDLE hMonitor, DWORD event, void* pSettings);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <map>
 
+#include "simulation/real_monitor.h"
 #include "simulation/run.h"
 
 namespace {
@@ -64,6 +65,8 @@ void Count(const Outcome& outcome, Totals& totals) {
 
 int RunSeeds(const Arguments& arguments) {
   Totals totals;
+  const bool late = arguments.kind == ScenarioClass::kLate;
+  NamePrinterAfter((late ? "late " : "orderly ") + std::to_string(arguments.from));
   for (std::uint64_t seed = arguments.from; seed < arguments.from + arguments.seeds; ++seed) {
     Scenario scenario = MakeScenario(seed, arguments.kind);
     scenario.printer.transcript = arguments.story;
@@ -83,7 +86,7 @@ int RunSeeds(const Arguments& arguments) {
       number(arguments.from), number(arguments.from + arguments.seeds - 1), number(totals.failed),
       number(totals.expected), number(totals.printed), number(totals.repeated), number(totals.restarts),
       number(totals.calls));
-  if (arguments.kind == ScenarioClass::kLate) {
+  if (late) {
     std::printf(
         "answers that served the wrong request: %llu labels lost in %llu runs, %llu runs that only a deletion "
         "ended\n",

@@ -1,16 +1,19 @@
 #include "simulation/real_monitor.h"
 
 #include <memory>
-#include <random>
-#include <string>
+
+#include "support/printer_names.h"
 
 namespace sc3xxmon::simulation {
 namespace {
 
-// The printer's sync is shared by all processes of the machine, and several simulations may run at once.
+std::string& PrinterTag() {
+  static std::string tag = "simulation";
+  return tag;
+}
+
 std::wstring PrinterName() {
-  static const std::wstring name = L"Simulation " + std::to_wstring(std::random_device{}());
-  return name;
+  return test::PrinterNameFor(PrinterTag());
 }
 
 struct OpenMonitor {
@@ -46,6 +49,10 @@ bool Write(const OpenMonitor& monitor, const ByteString& bytes, std::uint32_t& w
 }
 
 }  // namespace
+
+void NamePrinterAfter(const std::string& tag) {
+  PrinterTag() = "simulation " + tag;
+}
 
 MonitorCalls CallRealMonitor(World& world) {
   const auto monitor = std::make_shared<OpenMonitor>();

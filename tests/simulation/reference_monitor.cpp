@@ -32,7 +32,7 @@ void ReferenceMonitor::Open() {
 }
 
 bool ReferenceMonitor::Start(const JobPlan& job) {
-  job_.emplace();
+  job_ = std::make_unique<Job>();
   job_->plan = &job;
   job_->model = scenario_.driverRow;
   world_.port.StartDocument();
@@ -68,7 +68,7 @@ bool ReferenceMonitor::Write(const ByteString& bytes, std::uint32_t& written) {
 
 void ReferenceMonitor::End() {
   const Job job = *job_;
-  job_.reset();
+  job_ = nullptr;
   if (job.headerSent && !job.footerSent) {
     DWORD status = 0;
     world_.host.ReadStatus(job.plan->id, status);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -140,7 +141,7 @@ class ReferenceMonitor {
   const bool unlockOnError_;
   const std::uint32_t chunkLines_;
 
-  std::optional<Job> job_;
+  std::unique_ptr<Job> job_;
   std::uint32_t lastJobId_ = 0;
   std::uint32_t endsWithoutProgress_ = 0;
   std::uint32_t endDelayMs_ = 0;

@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <ostream>
 
 #include "simulation/random.h"
+#include "simulation/real_monitor.h"
 #include "simulation/run.h"
 #include "simulator/printer_settings.h"
 
@@ -52,6 +54,11 @@ std::string NameOf(const ::testing::TestParamInfo<Case>& info) {
 
 class SingleFault : public ::testing::TestWithParam<Case> {
  protected:
+  static void SetUpTestSuite() {
+    const char* shard = std::getenv("GTEST_SHARD_INDEX");
+    NamePrinterAfter(std::string("single faults ") + (shard != nullptr ? shard : "all"));
+  }
+
   static Scenario ThreeLabels() {
     const Case& one = GetParam();
     Scenario scenario;

@@ -227,12 +227,14 @@ TEST_F(LabelsTest, DropsAVanishedClientsTapeLabelWhenTheNextOneBeginsItAgain) {
   EXPECT_THAT(DropReasons(), ElementsAre(DropReason::kBegunAnew));
 }
 
-TEST_F(LabelsTest, HandsItsLabelsOver) {
+TEST_F(LabelsTest, HandsItsLabelsAndEventsOver) {
   Send(JobStart() + Label(1));
   EXPECT_THAT(Printer().TakePrinted(), SizeIs(1));
   EXPECT_THAT(Printer().Printed(), IsEmpty());
   Send(Label(2));
   EXPECT_THAT(PrintedIndexes(), ElementsAre(2));
+  EXPECT_THAT(Printer().TakeEvents(), SizeIs(1));
+  EXPECT_THAT(Printer().Events(), IsEmpty());
 }
 
 }  // namespace

@@ -1,15 +1,15 @@
 #include "support/door_test.h"
 
 #include <algorithm>
-#include <random>
+
+#include "support/printer_names.h"
 
 namespace sc3xxmon::test {
 namespace {
 
-// The printer's sync is shared by all processes of the machine, and tests run in many at once.
-std::wstring PrinterNameOfThisProcess() {
-  static const std::wstring name = L"Door " + std::to_wstring(std::random_device{}());
-  return name;
+std::wstring PrinterNameOfThisTest() {
+  const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+  return PrinterNameFor("door " + std::string(test->test_suite_name()) + "." + test->name());
 }
 
 }  // namespace
@@ -53,7 +53,7 @@ ByteString Document(std::uint16_t labels) {
   return Joined({stream, EndOfJob()});
 }
 
-DoorTest::DoorTest() : printerName(PrinterNameOfThisProcess()) {
+DoorTest::DoorTest() : printerName(PrinterNameOfThisTest()) {
   port.setLastError = [this](DWORD code) { host.lastError = code; };
   port.responder = [this](std::size_t asked) { return Answer(asked); };
   host.SetNumber(RecordingHost::kDebug, L"DebugLevel", 1);
