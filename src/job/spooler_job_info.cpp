@@ -1,6 +1,7 @@
 #include "job/spooler_job_info.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 
 #include "platform/last_error.h"
@@ -11,7 +12,11 @@ namespace {
 
 // Zeroed, and never smaller than the structure, whatever size the spooler asks for. Null if there is no memory.
 std::unique_ptr<std::max_align_t[]> JobBuffer(std::size_t bytes) try {
-  return std::make_unique<std::max_align_t[]>(bytes / sizeof(std::max_align_t) + 1);
+  const std::size_t count = bytes / sizeof(std::max_align_t) + 1;
+  auto buffer = std::make_unique<std::max_align_t[]>(count);
+  // The type has padding, which its own initialisation may leave as it was.
+  std::memset(buffer.get(), 0, count * sizeof(std::max_align_t));
+  return buffer;
 } catch (const std::bad_alloc&) {
   return nullptr;
 }

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <stdexcept>
 #include <utility>
@@ -12,6 +13,8 @@
 
 namespace sc3xxmon::test {
 namespace {
+
+constexpr std::size_t kPiece = 65536;
 
 void AwaitEvent(int descriptor, short events) {
   pollfd entry{descriptor, events, 0};
@@ -37,7 +40,7 @@ ByteString Peer::TakeSome(std::size_t most) {
 ByteString Peer::Take(std::size_t count) {
   ByteString bytes;
   while (bytes.size() < count) {
-    const ByteString more = TakeSome(count - bytes.size());
+    const ByteString more = TakeSome(std::min(count - bytes.size(), kPiece));
     if (more.empty()) {
       throw std::runtime_error("the connection closed before all bytes came");
     }
@@ -49,7 +52,7 @@ ByteString Peer::Take(std::size_t count) {
 ByteString Peer::TakeAll() {
   ByteString bytes;
   for (;;) {
-    const ByteString more = TakeSome(65536);
+    const ByteString more = TakeSome(kPiece);
     if (more.empty()) {
       return bytes;
     }
