@@ -67,7 +67,8 @@ class PeerServer {
 
  private:
   void Serve();
-  void Run(int descriptor);
+  static void Run(int descriptor, const Script& script);
+  Script NextScript();  // under the lock
   void Join();
 
   LoopbackListener listener_;

@@ -156,7 +156,8 @@ void PeerServer::Serve() {
       if (descriptor >= 0) {
         const std::lock_guard lock(mutex_);
         ++connectionCount_;
-        connections_.emplace_back([this, descriptor] { Run(descriptor); });
+        // Chosen here and not by the thread: scripts go to connections in the order of their coming.
+        connections_.emplace_back([descriptor, script = NextScript()] { Run(descriptor, script); });
         came_.notify_all();
       }
     } else if ((entries[1].revents & POLLIN) != 0) {
@@ -166,16 +167,17 @@ void PeerServer::Serve() {
   }
 }
 
-void PeerServer::Run(int descriptor) try {
-  Peer peer(descriptor);
-  Script script = [](Peer& silent) { silent.AwaitEnd(); };
-  {
-    const std::lock_guard lock(mutex_);
-    if (!scripts_.empty()) {
-      script = std::move(scripts_.front());
-      scripts_.pop_front();
-    }
+PeerServer::Script PeerServer::NextScript() {
+  if (scripts_.empty()) {
+    return [](Peer& silent) { silent.AwaitEnd(); };
   }
+  Script script = std::move(scripts_.front());
+  scripts_.pop_front();
+  return script;
+}
+
+void PeerServer::Run(int descriptor, const Script& script) try {
+  Peer peer(descriptor);
   script(peer);
 } catch (const std::exception& failure) {
   ADD_FAILURE() << "at the printer's end: " << failure.what();
