@@ -19,6 +19,10 @@ class Signal {
     state_->isSet = true;
     state_->changed.notify_all();
   }
+  bool IsSet() const {
+    const std::lock_guard lock(state_->mutex);
+    return state_->isSet;
+  }
   void Await() const {
     std::unique_lock lock(state_->mutex);
     if (!state_->changed.wait_for(lock, kPatience, [this] { return state_->isSet; })) {
