@@ -2,7 +2,7 @@
 // argument, and so that `%ws` means a wide string on every system.
 //
 // Conversions: %d %u %x %X (32 bits: a wider number gives its low half, as the log has always shown it), %s, %ws, %p,
-// %%; with flags, width and precision written out. Anything else is copied as it stands.
+// %%; numbers and pointers with flags, width and precision written out, texts whole. Anything else is copied as it stands.
 #pragma once
 
 #include <cstddef>
