@@ -46,6 +46,8 @@ typedef struct Sc3xxHost {
    * too small a buffer the result is 234 (ERROR_MORE_DATA), *size takes the length, and nothing is stored. A key or
    * value that doesn't exist gives 2 (ERROR_FILE_NOT_FOUND). Texts are wchar_t, as wide as the system's.
    * A null `name` asks whether the key exists: 0 or 2.
+   * The text LogRoot of the empty key L"" names the folder that log files lie below, in Logs/KOVA; without it they lie
+   * below $XDG_STATE_HOME/sc3xxmon, ~/.local/state/sc3xxmon or, for root, /var/log/sc3xxmon. The folder Logs must exist.
    * Null member: the TOML file named by the environment variable SC3XXMON_CONFIG, else
    * /etc/sc3xxmon/sc3xxmon.toml.
    */
@@ -67,8 +69,11 @@ typedef struct Sc3xxHost {
 } Sc3xxHost;
 
 /*
- * Copies the table. Null brings the defaults back. Gives 1, or 0 without effect when `size` is too small to reach
- * the first function. Not to be called while a port is open.
+ * Copies the table. Null brings the defaults back. Gives 1, or 0 without effect when `size` is too small to reach the
+ * first function. Not to be called while a port is open.
+ *
+ * What the context points to has to live until the next call, or until the library is taken out: it writes to the log
+ * on its way out, and closes what a port that was left open still holds.
  */
 SC3XXMON_EXPORT int Sc3xxSetHost(const Sc3xxHost* host);
 

@@ -25,10 +25,10 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
-/* after windows.h */
 #include <winspool.h>
 
 /* The platform's headers define these words as macros; several of them are names of ours. */
+#undef StartDoc
 #undef GetJob
 #undef SetJob
 #undef AddPrinter
@@ -155,6 +155,44 @@ typedef struct JOB_INFO_2W {
   DWORD Time;
   DWORD PagesPrinted;
 } JOB_INFO_2W;
+
+/* What a driver was asked for. The monitor can show it in its log and reads none of it. */
+typedef struct DEVMODEW {
+  WCHAR dmDeviceName[32];
+  WORD dmSpecVersion;
+  WORD dmDriverVersion;
+  WORD dmSize;
+  WORD dmDriverExtra;
+  DWORD dmFields;
+  int16_t dmOrientation;
+  int16_t dmPaperSize;
+  int16_t dmPaperLength;
+  int16_t dmPaperWidth;
+  int16_t dmScale;
+  int16_t dmCopies;
+  int16_t dmDefaultSource;
+  int16_t dmPrintQuality;
+  int16_t dmColor;
+  int16_t dmDuplex;
+  int16_t dmYResolution;
+  int16_t dmTTOption;
+  int16_t dmCollate;
+  WCHAR dmFormName[32];
+  WORD dmLogPixels;
+  DWORD dmBitsPerPel;
+  DWORD dmPelsWidth;
+  DWORD dmPelsHeight;
+  DWORD dmDisplayFlags;
+  DWORD dmDisplayFrequency;
+  DWORD dmICMMethod;
+  DWORD dmICMIntent;
+  DWORD dmMediaType;
+  DWORD dmDitherType;
+  DWORD dmReserved1;
+  DWORD dmReserved2;
+  DWORD dmPanningWidth;
+  DWORD dmPanningHeight;
+} DEVMODEW;
 
 typedef struct DOC_INFO_1W {
   LPWSTR pDocName;

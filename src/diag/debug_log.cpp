@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <exception>
 
+#include "diag/debug_block.h"
+#include "diag/log_file.h"
 #include "platform/debug_channel.h"
+#include "platform/last_error.h"
 #include "platform/thread_id.h"
 
 namespace sc3xxmon {
@@ -21,15 +24,64 @@ class Record {
   }
 
   const char* text() const { return text_; }
+  std::size_t length() const { return length_; }
 
  private:
   char text_[kRecordSize] = {};
   std::size_t length_ = 0;
 };
 
-void WriteRecord(const Record& record) {
+// What the caller is about to read: opening a file that is there already sets it, too.
+class LastErrorKeeper {
+ public:
+  LastErrorKeeper() : before_(platform::LastError()) {}
+  ~LastErrorKeeper() {
+    if (platform::LastError() != before_) {
+      platform::SetLastErrorCode(before_);
+    }
+  }
+  LastErrorKeeper(const LastErrorKeeper&) = delete;
+  LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
+
+ private:
+  std::uint32_t before_;
+};
+
+void TellDebugger(const Record& record) {
   platform::WriteDebugChannel(record.text());
   platform::WriteDebugChannel("\n");
+}
+
+bool WriteToLogFile(const Record& record) {
+  platform::File file = OpenLogFile(diag::log.path.data());
+  return WriteLogRecord(file, record.text(), record.length());
+}
+
+void WriteUnderMutex(const Record& record) {
+  bool written = false;
+  {
+    const LogGuard guard;
+    if (!guard.Held()) {
+      platform::WriteDebugChannel("KovaDebugPrint: Failed to acquire mutex\n");
+      TellDebugger(record);
+      return;
+    }
+    written = WriteToLogFile(record);
+  }
+  if (!written) {
+    platform::WriteDebugChannel("KovaDebugPrint: Failed write log entry\n");
+    TellDebugger(record);
+  }
+}
+
+void WriteRecord(const Record& record) {
+  const LastErrorKeeper lastError;
+  const std::uint32_t level = DebugLevel();
+  if (level == kDebugLevelDebugger) {
+    TellDebugger(record);
+  } else if (level != kDebugLevelShared || !WriteThroughBlock(record.text(), record.length())) {
+    WriteUnderMutex(record);
+  }
 }
 
 void AppendThread(Record& record) {

@@ -1,5 +1,7 @@
 #include "diag/debug_settings.h"
 
+#include "diag/debug_block.h"
+#include "diag/log_file.h"
 #include "platform/named_values.h"
 
 namespace sc3xxmon {
@@ -28,7 +30,7 @@ bool ReadWord(HANDLE key, const wchar_t* name, DWORD& word) {
 
 void ReadValues(HANDLE key) {
   DWORD word = 0;
-  if (ReadWord(key, L"DebugLevel", word) && word <= 2) {
+  if (ReadWord(key, L"DebugLevel", word) && word <= kDebugLevelFile) {
     diag::debugLevel.exchange(word);
   }
   if (ReadWord(key, L"TraceDetail", word)) {
@@ -43,8 +45,17 @@ void ReadValues(HANDLE key) {
 
 }  // namespace
 
-void ReadDebugSettings(HINSTANCE) {
-  diag::debugLevel.exchange(0);
+void SetUpLog(HINSTANCE module) {
+  if (DebugLevel() == kDebugLevelShared && !JoinSharedLog()) {
+    diag::debugLevel.exchange(kDebugLevelFile);
+  }
+  if (DebugLevel() == kDebugLevelFile) {
+    InitLogFile(module);
+  }
+}
+
+void ReadDebugSettings(HINSTANCE module) {
+  diag::debugLevel.exchange(kDebugLevelOff);
   diag::traceWord.exchange(1);
   HANDLE key = platform::OpenKey(kDebugKey);
   if (key == nullptr) {
@@ -52,6 +63,7 @@ void ReadDebugSettings(HINSTANCE) {
   }
   ReadValues(key);
   platform::CloseKey(key);
+  SetUpLog(module);
 }
 
 }  // namespace sc3xxmon

@@ -28,8 +28,11 @@ inline bool Trace(TraceBit bit) {
 
 }  // namespace diag
 
-// Reads the key "Software\KOVA\Debug". `module` names the log.
+// Reads the key "Software\KOVA\Debug", and sets up the log for the level found there. `module` names it.
 void ReadDebugSettings(HINSTANCE module);
+
+// Names the log file where the debug level asks for one. A shared log that can't be had becomes one of this module's own.
+void SetUpLog(HINSTANCE module);
 
 // No byte goes to or comes from the port; transfers succeed and a fabricated status stands in for every response.
 inline bool IsNoDeviceIO() {

@@ -155,4 +155,10 @@ std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::
   return out.length();
 }
 
+std::string FormatToString(const char* format, std::span<const FormatArgument> arguments) {
+  std::string text(FormatText(nullptr, 0, format, arguments), '\0');
+  FormatText(text.data(), text.size() + 1, format, arguments);  // a string has room for its final zero
+  return text;
+}
+
 }  // namespace sc3xxmon

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <type_traits>
 
 namespace sc3xxmon {
@@ -39,5 +40,14 @@ class FormatArgument {
 // Writes at most size - 1 bytes and a zero byte into `buffer` (nothing if size is 0) and gives the length of the whole
 // text, which may be longer. Allocates only for wide texts. Throws nothing but what that allocation throws.
 std::size_t FormatText(char* buffer, std::size_t size, const char* format, std::span<const FormatArgument> arguments);
+
+// The same as a string of its own.
+std::string FormatToString(const char* format, std::span<const FormatArgument> arguments);
+
+template <class... Arguments>
+std::string FormatToString(const char* format, Arguments... arguments) {
+  const FormatArgument list[] = {FormatArgument(arguments)...};
+  return FormatToString(format, std::span<const FormatArgument>(list));
+}
 
 }  // namespace sc3xxmon

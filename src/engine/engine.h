@@ -21,7 +21,7 @@ namespace sc3xxmon {
 
 // Takes one buffer of the stream. 0 with *written untouched: nothing was taken (no job, with last error 87; job closed;
 // printer not to be had). Otherwise *written is `length` and the buffer is the monitor's; 0 then means that the job
-// can't go on now.
+// can't go on now. In bypass mode *written and the result are the port's.
 BOOL SC_WritePort2(CLangMon& langMon, const void* buffer, std::uint32_t length, DWORD* written);
 
 // ------------------------------------------------------------------------------------- printer_readiness.cpp
@@ -64,7 +64,11 @@ bool SendPrintJobHeader(CLangMon& langMon);
 // Throws PrintCommException.
 bool SendLabel(CLangMon& langMon, KplLabel* label);
 
-// Sends a label in chunks of raster lines with a status exchange after each, and returns when the printer has answered
+// True for the models that take a label in chunks of lines, as the option says. Each of their labels is acknowledged
+// before the next one goes out.
+bool UsesChunkedPath(const CPrintJob& job);
+
+// Sends a label in chunks of `chunkLines` raster lines, at least 1, with a status exchange after each, and returns when the printer has answered
 // for the last. False for a null label. Throws PrintCommException, PrintCanceledException.
 bool SendLabelChunked(CLangMon& langMon, KplLabel* label, std::uint32_t chunkLines);
 

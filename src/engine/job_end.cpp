@@ -12,9 +12,9 @@ namespace {
 constexpr char kFunction[] = "CheckLastLabelStatus";
 constexpr std::uint32_t kCancelDelayMs = 500;
 
-enum class LastLabel : std::uint8_t { kSettled, kTryAgain, kStop };
+enum class LastLabel : std::uint8_t { kSettled, kOpen, kStop };
 
-// Sends the last label again after a failed exchange. kTryAgain: it is out and has to be asked for.
+// Sends the last label again after a failed exchange. kOpen: it is out and has to be asked for.
 LastLabel SendAgain(CLangMon& langMon, CPrintJob& job) {
   if (!MayGoOn(WaitForPrinterReady(langMon))) {
     return LastLabel::kStop;
@@ -28,24 +28,24 @@ LastLabel SendAgain(CLangMon& langMon, CPrintJob& job) {
   }
   SendLabel(langMon, label);
   langMon.AdjustPortTimeouts();
-  return LastLabel::kTryAgain;
+  return LastLabel::kOpen;
 }
 
 LastLabel SettleLastLabel(CLangMon& langMon, CPrintJob& job, bool retry) try {
   if (retry) {
     const LastLabel sent = SendAgain(langMon, job);
-    if (sent != LastLabel::kTryAgain) {
+    if (sent != LastLabel::kOpen) {
       return sent;
     }
   }
   StatusRecord record;
-  langMon.FetchStatus(record, 0, true, true);
+  langMon.FetchStatus(record, kAskState, true, true);
   AcknowledgeFirstLabel(langMon, job, JOB_STATUS_COMPLETE, At(kFunction), job.SentLabelCount() + job.LabelsAcked);
   return LastLabel::kSettled;
 } catch (const PrintCommException& failure) {
   KovaDebugPrint(At(kFunction), "%s", failure.what());
   job.RevertSentLabels();
-  return LastLabel::kTryAgain;
+  return LastLabel::kOpen;
 } catch (const PrintCanceledException& failure) {
   KovaDebugPrint(At(kFunction), "%s", failure.what());
   HandleCancel(langMon, failure.BySpooler);
@@ -62,7 +62,7 @@ bool CheckLastLabelStatus(CLangMon& langMon) {
   }
   KovaDebugPrint(At(kFunction), "Footer received. Checking last label status");
   LastLabel last = SettleLastLabel(langMon, *job, false);
-  while (last == LastLabel::kTryAgain) {
+  while (last == LastLabel::kOpen) {
     last = SettleLastLabel(langMon, *job, true);
   }
   return last == LastLabel::kSettled;

@@ -1,14 +1,8 @@
 #include "engine/label_acknowledgement.h"
 
 #include "engine/engine.h"
-#include "monitor/options.h"
-#include "monitor/printer_models.h"
 
 namespace sc3xxmon {
-
-bool UsesChunkedPath(const CPrintJob& job) {
-  return PrinterModelRow(job.Model).tape && PdChunkSize > 0;
-}
 
 void AcknowledgeFirstLabel(CLangMon& langMon, CPrintJob& job, std::uint32_t jobStatus, At at,
                            std::uint32_t labelNumber) {

@@ -8,12 +8,8 @@
 
 namespace sc3xxmon {
 
-// True for the models that take a label in chunks of lines, as the option says. Each of their labels is acknowledged
-// before the next one goes out.
-bool UsesChunkedPath(const CPrintJob& job);
-
-// Which label number the log shows: it comes out the same before the acknowledgement and after it, since one label
-// leaves the sent ones and joins the acknowledged ones.
+// Takes the oldest label off the job, shows the count on the job, and logs it under `at` as label `labelNumber`. Callers
+// count that number before the call or after it: one label leaves the sent ones and joins the acknowledged ones.
 void AcknowledgeFirstLabel(CLangMon& langMon, CPrintJob& job, std::uint32_t jobStatus, At at,
                            std::uint32_t labelNumber);
 

@@ -14,7 +14,6 @@
 #include "engine/label_acknowledgement.h"
 #include "job/failure.h"
 #include "monitor/options.h"
-#include "monitor/printer_models.h"
 
 namespace sc3xxmon {
 namespace {

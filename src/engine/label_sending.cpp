@@ -23,7 +23,6 @@ constexpr std::uint8_t kLz4Method = 3;
 constexpr std::uint32_t kCompressOnUsb = 1;
 constexpr std::uint32_t kCompressOnLan = 2;
 constexpr std::uint16_t kLastFirmwareWithoutCompression = 1000;
-constexpr std::uint8_t kChunkStatusRequest = 2;
 
 // What of a label goes to the printer: all of it, or all but the inter-page header.
 Bytes SendSpan(const KplLabel& label) {
@@ -115,7 +114,7 @@ struct Chunk {
   std::uint32_t lineCount;
 };
 
-// Byte 2 is 1 bit a dot whatever the label says: the tape models take nothing else.
+// Byte 2 is 1 bit a dot whatever the label says.
 std::array<std::uint8_t, kRasterHeadSize> ChunkHead(const RasterDescriptor& raster, std::uint32_t lines) {
   std::array<std::uint8_t, kRasterHeadSize> head{kEsc, 'D', 1, raster.RasterFlags};
   WriteLittle32(head.data() + 4, lines);
@@ -180,7 +179,7 @@ void SendChunk(CLangMon& langMon, const Chunk& chunk, std::uint32_t number, std:
     StatusRecord record;
     langMon.GetInflightStatusResponse(record, true, true);
   }
-  if (!langMon.SendStatusRequest(kChunkStatusRequest)) {
+  if (!langMon.SendStatusRequest(kAskInFlight)) {
     throw PrintCommException("SendChunk/status send failed");
   }
 }
@@ -204,7 +203,7 @@ void SendInChunks(CLangMon& langMon, const KplLabel& label, Bytes span, std::uin
 void SendWholeAndAsk(CLangMon& langMon, const KplLabel& label, Bytes span) {
   SendWholeLabel(langMon, "SendLabelChunked", label, span);
   StatusRecord record;
-  langMon.FetchStatus(record, kChunkStatusRequest, true, true);
+  langMon.FetchStatus(record, kAskInFlight, true, true);
 }
 
 bool ReportNullLabel(const char* function, const KplLabel* label) {
@@ -257,6 +256,10 @@ bool SendLabel(CLangMon& langMon, KplLabel* label) {
   SendWholeLabel(langMon, "SendLabel", *label, compressed.empty() ? span : Bytes(compressed));
   job->MarkSent(*label);
   return true;
+}
+
+bool UsesChunkedPath(const CPrintJob& job) {
+  return PrinterModelRow(job.Model).tape && PdChunkSize > 0;
 }
 
 bool SendLabelChunked(CLangMon& langMon, KplLabel* label, std::uint32_t chunkLines) {

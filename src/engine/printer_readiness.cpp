@@ -5,7 +5,7 @@
 // next request asks for the printer's lock, and the errors of the round before, so that only changes are reported.
 // Nothing lives from call to call but the job's LockHeld.
 
-#include <array>
+#include <memory>
 #include <optional>
 
 #include "diag/debug_log.h"
@@ -70,18 +70,22 @@ class ReadinessWait {
   PrinterErrors held_;         // of the round before
 };
 
-Verdict ReadinessWait::RunRound() try { return AskPrinter(); } catch (const LockFailedException& failure) {
-  return OnLockFailed(failure);
-} catch (const PrintStatusException& failure) {
-  return OnPrintStatus(failure);
-} catch (const StatusErrorsException& failure) {
-  return OnStatusErrors(failure);
-} catch (const CommErrorException& failure) {
-  return OnCommError(failure);
-} catch (const PrintCommException& failure) {
-  return OnConnectionLost(failure);
-} catch (const PrintCanceledException& failure) {
-  return OnCanceled(failure);
+Verdict ReadinessWait::RunRound() {
+  try {
+    return AskPrinter();
+  } catch (const LockFailedException& failure) {
+    return OnLockFailed(failure);
+  } catch (const PrintStatusException& failure) {
+    return OnPrintStatus(failure);
+  } catch (const StatusErrorsException& failure) {
+    return OnStatusErrors(failure);
+  } catch (const CommErrorException& failure) {
+    return OnCommError(failure);
+  } catch (const PrintCommException& failure) {
+    return OnConnectionLost(failure);
+  } catch (const PrintCanceledException& failure) {
+    return OnCanceled(failure);
+  }
 }
 
 Verdict ReadinessWait::AskPrinter() {
@@ -89,13 +93,13 @@ Verdict ReadinessWait::AskPrinter() {
     throw PrintCanceledException(true);
   }
   StatusRecord record;
-  langMon_.FetchSettledStatus(record, acquire_ ? 1 : 0);
+  langMon_.FetchSettledStatus(record, acquire_ ? kAskForLock : kAskState);
   const PrinterErrors errors = DecodePrinterErrors(record);
   if (errors.ErrorFlags != 0) {
     throw StatusErrorsException(record, errors);
   }
   ReportRecovery();
-  if (record.Status() == kStatusTaken || record.Status() == kStatusTakenBusy) {
+  if (record.IsTaken()) {
     if (acquire_) {
       throw LockFailedException("Printer lock failed (taken by someone else)");
     }
@@ -142,9 +146,7 @@ Verdict ReadinessWait::OnPrintStatus(const PrintStatusException& failure) {
 }
 
 Verdict ReadinessWait::OnStatusErrors(const StatusErrorsException& failure) {
-  const std::uint8_t status = failure.Record.Status();
-  const bool ours = status != kStatusTaken && status != kStatusTakenBusy;
-  if (ours && releaseOnError_) {
+  if (!failure.Record.IsTaken() && releaseOnError_) {
     KovaDebugPrint(At(kFunction), "Printer errors found. Releasing the lock");
     langMon_.SendEndJob();
     job_->SetLockHeld(false);

@@ -1,6 +1,5 @@
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <span>
 
 #include "diag/debug_log.h"
 #include "diag/debug_settings.h"
@@ -45,7 +44,8 @@ void NoteRollParameter(CPrintJob& job, std::span<const std::uint8_t> buffer) {
   }
 }
 
-bool PrinterIsReady(CLangMon& langMon, CPrintJob& job, std::span<const std::uint8_t> buffer) {
+// Blocks until the printer is ready for this job. False if the job can't go on.
+bool BecomeReady(CLangMon& langMon, CPrintJob& job, std::span<const std::uint8_t> buffer) {
   NoteRollParameter(job, buffer);
   const Readiness readiness = WaitForPrinterReady(langMon);
   KovaDebugPrint(At(kFunction), "WaitForPrinterReady returned %d", readiness);
@@ -130,7 +130,7 @@ BOOL SC_WritePort2(CLangMon& langMon, const void* data, std::uint32_t length, DW
   if (job->AbortState != kJobRunning) {
     return FALSE;
   }
-  if (job->LockHeld == 0 && !IsDontLock() && !PrinterIsReady(langMon, *job, buffer)) {
+  if (job->LockHeld == 0 && !IsDontLock() && !BecomeReady(langMon, *job, buffer)) {
     return FALSE;
   }
   if (IsBypassMode()) {

@@ -8,11 +8,11 @@ namespace sc3xxmon {
 
 void Exception::Free::operator()(char* text) const noexcept {
   std::free(text);
-}  // NOLINT: from malloc below
+}
 
 // malloc, since a failed allocation must not throw a second failure out of the first.
 bool Exception::Allocate(std::size_t length) noexcept {
-  message_.reset(static_cast<char*>(std::malloc(length + 1)));  // NOLINT(cppcoreguidelines-no-malloc)
+  message_.reset(static_cast<char*>(std::malloc(length + 1)));
   messageLength_ = message_ ? length : 0;
   return message_ != nullptr;
 }

@@ -1,6 +1,8 @@
 #include "job/print_job.h"
 
-#include "diag/debug_log.h"
+#include "diag/debug_settings.h"
+#include "diag/dump_file.h"
+#include "diag/text_format.h"
 #include "job/failure.h"
 #include "job/spooler_job_info.h"
 #include "monitor/printer_models.h"
@@ -22,6 +24,9 @@ CPrintJob::CPrintJob(std::uint32_t jobId, const wchar_t* printerName)
     throw Exception("Failed to get driver info");
   }
   Model = ModelFromDriverName(info->pDriverName);
+  if (TraceHasJobDump()) {
+    DumpPath = MakeDumpPath(FormatToString("job-%u.prn", JobId));
+  }
 }
 
 CPrintJob::~CPrintJob() {
@@ -114,9 +119,11 @@ void CPrintJob::SetLockHeld(bool held) {
   }
 }
 
-// The dump needs the log folder, which this version doesn't make: DumpPath stays empty.
-bool CPrintJob::DumpData(std::span<const std::uint8_t>) const {
-  return false;
+bool CPrintJob::DumpData(std::span<const std::uint8_t> bytes) const {
+  if (!TraceHasJobDump() || DebugLevel() == kDebugLevelDebugger || DumpPath.empty()) {
+    return false;
+  }
+  return AppendToDump(DumpPath, bytes);
 }
 
 }  // namespace sc3xxmon

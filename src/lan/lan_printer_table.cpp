@@ -1,5 +1,6 @@
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 
 #include "lan/lan_printer.h"
 

@@ -27,7 +27,7 @@ class WsaCommException : public CommunicationException {
 };
 
 // Owns the handle; closing twice is harmless. No thread, no lock: two transfers at once on one socket are not excluded
-// here, and a failing one cancels both.
+// here, and whether a failing one ends the other is the system's business.
 class CSocket {
  public:
   // Throws WsaCommException "WSASocket failed".

@@ -71,17 +71,21 @@ BOOL WINAPI SCMon_OpenPortEx(HANDLE, HANDLE hMonitorPort, LPWSTR pPortName, LPWS
 }
 
 // Any failure leaves the port as if the document had never been asked for; the last error stays the failing call's.
-BOOL StartDocument(CLangMon& langMon, LPWSTR printerName, DWORD jobId, DWORD level, LPBYTE docInfo) try {
-  auto job = std::make_shared<CPrintJob>(jobId, printerName);
-  if (!langMon.StartDoc(printerName, jobId, level, docInfo)) {
-    throw Exception("StartDocPort failed");
+// The printer is free for others before the job closes its own handle to it.
+BOOL StartDocument(CLangMon& langMon, LPWSTR printerName, DWORD jobId, DWORD level, LPBYTE docInfo) {
+  std::shared_ptr<CPrintJob> job;
+  try {
+    job = std::make_shared<CPrintJob>(jobId, printerName);
+    if (!langMon.StartDoc(printerName, jobId, level, docInfo)) {
+      throw Exception("StartDocPort failed");
+    }
+    langMon.PushJob(job);
+    return TRUE;
+  } catch (const std::exception& failure) {
+    KovaDebugPrint(At("SCMon_StartDocPort"), "%s", failure.what());
+    langMon.ReleaseHostSync();
+    return FALSE;
   }
-  langMon.PushJob(std::move(job));
-  return TRUE;
-} catch (const std::exception& failure) {
-  KovaDebugPrint(At("SCMon_StartDocPort"), "%s", failure.what());
-  langMon.ReleaseHostSync();
-  return FALSE;
 }
 
 BOOL WINAPI SCMon_StartDocPort(HANDLE hPort, LPWSTR pPrinterName, DWORD JobId, DWORD Level, LPBYTE pDocInfo) {
@@ -209,13 +213,15 @@ constexpr MONITOR2 MonitorTable() {
   return table;
 }
 
-// Not declared const only because the spooler's signature has no const; nothing writes to it.
-MONITOR2 monitorTable = MonitorTable();
+constexpr MONITOR2 kMonitorTable = MonitorTable();
+
+constexpr char kBuildDate[] = __DATE__;
+constexpr char kBuildTime[] = __TIME__;
 
 void LogStart() {
   constexpr char kFunction[] = "InitializePrintMonitor2";
   KovaDebugPrint(At(kFunction), "Initialized SC3xx Language Monitor v%s-%s built on %s %s", version::kVersion,
-                 version::kConfiguration, version::kBuildDate, version::kBuildTime);
+                 version::kConfiguration, kBuildDate, kBuildTime);
   KovaDebugPrint(At(kFunction), "Debug: %d; Trace: %d; Test: %d;", DebugLevel(), TraceWord(), FlagWord());
 }
 
@@ -236,8 +242,7 @@ void LibraryLoad(HINSTANCE module, DWORD reason) {
       moduleHandle = module;
       break;
     case kProcessDetach:
-      KovaDebugPrint(At("DllMain"), "Date[%s] Time[%s] Detach SC SC3xx Language Monitor ", version::kBuildDate,
-                     version::kBuildTime);
+      KovaDebugPrint(At("DllMain"), "Date[%s] Time[%s] Detach SC SC3xx Language Monitor ", kBuildDate, kBuildTime);
       break;
     default:
       break;
@@ -257,5 +262,5 @@ MONITOR2* WINAPI InitializePrintMonitor2(PMONITORINIT pMonitorInit, HANDLE* phMo
     platform::SetLastErrorCode(ERROR_NOT_SUPPORTED);
     return nullptr;
   }
-  return &monitorTable;
+  return const_cast<MONITOR2*>(&kMonitorTable);  // the spooler's signature has no const; it only reads
 }

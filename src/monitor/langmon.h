@@ -132,11 +132,11 @@ class CLangMon {
 
   // These survive the jobs: that is how a job that restarts through the spooler is known as the same job.
   std::uint32_t LastJobId = 0;
-  std::uint32_t RestartCount = 0;     // ends of that job id; kept for diagnosis
-  std::uint32_t NoProgressCount = 0;  // ends in a row without an acknowledged label
-  std::uint32_t LastAckedCount = 0;   // kept for diagnosis
-  std::uint64_t LastIoTick = 0;       // of the last successful transfer; kept for diagnosis
-  std::uint32_t EndDocDelay = 0;      // milliseconds to sleep once at the end of the document
+  std::uint32_t RestartCount = 0;             // ends of that job id; kept for diagnosis
+  std::uint32_t NoProgressCount = 0;          // ends in a row without an acknowledged label
+  std::uint32_t LastAckedCount = 0;           // kept for diagnosis
+  std::atomic<std::uint64_t> LastIoTick = 0;  // of the last successful transfer; kept for diagnosis
+  std::uint32_t EndDocDelay = 0;              // milliseconds to sleep once at the end of the document
 
  private:
   bool WritePortOnce(const void* buffer, std::uint32_t size, std::uint32_t* written);

@@ -1,4 +1,4 @@
-// The handle of this library's own module, as the loader gave it. Null off Windows.
+// The handle of this library's own module, as the loader gave it; off Windows its first byte in memory.
 #pragma once
 
 #include "sc3xxmon/spooler_abi.h"

@@ -1,6 +1,7 @@
 #include "monitor/printer_models.h"
 
 #include <iterator>
+#include <new>
 #include <string>
 
 #include "monitor/options.h"
@@ -56,7 +57,7 @@ std::uint32_t HardwareIdToModel(std::uint16_t hardwareId) {
   return 0;
 }
 
-std::int32_t TapeLabelOffset(std::int32_t model, std::uint8_t tapeSizeCode) {
+std::int32_t TapeLabelOffset(std::int32_t model, std::uint8_t tapeSizeCode) noexcept try {
   const PrinterModel& row = PrinterModelRow(static_cast<std::uint32_t>(model));
   if (!row.tape) {
     return -1;
@@ -64,6 +65,8 @@ std::int32_t TapeLabelOffset(std::int32_t model, std::uint8_t tapeSizeCode) {
   const std::wstring size = tapeSizeCode < std::size(kTapeSizes) ? kTapeSizes[tapeSizeCode] : L"";
   const std::wstring name = std::wstring(row.shortName) + L"_" + size + L"_offset";
   return static_cast<std::int32_t>(ReadDwordOnce(kOptionsKey, name.c_str(), static_cast<std::uint32_t>(-1)));
+} catch (const std::bad_alloc&) {
+  return -1;
 }
 
 }  // namespace sc3xxmon

@@ -35,6 +35,6 @@ std::uint32_t HardwareIdToModel(std::uint16_t hardwareId);
 
 // The raster offset set for a tape model (rows 8 and 9) and a tape size code, -1 if there is none. Kept ready for
 // drivers that ask; no routine of the monitor applies an offset.
-std::int32_t TapeLabelOffset(std::int32_t model, std::uint8_t tapeSizeCode);
+std::int32_t TapeLabelOffset(std::int32_t model, std::uint8_t tapeSizeCode) noexcept;
 
 }  // namespace sc3xxmon

@@ -6,7 +6,5 @@ namespace sc3xxmon::version {
 inline constexpr char kVersion[] = "1.1.0.218";
 inline constexpr int kBuildNumber = 218;  // the version's last field, first number of every log prefix
 inline constexpr char kConfiguration[] = "Win10 Release";
-inline constexpr char kBuildDate[] = __DATE__;
-inline constexpr char kBuildTime[] = __TIME__;
 
 }  // namespace sc3xxmon::version

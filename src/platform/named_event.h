@@ -1,7 +1,10 @@
 // An auto-reset event with a name, one for all processes of the machine, created in the signalled state.
 //
-// Off Windows it is a small file in the machine's shared memory. There a process that dies while it has taken the
-// event gives it back; on Windows the event comes back when the last handle goes.
+// Off Windows it is a small file in the machine's shared memory, which goes with its last handle. There a process that
+// dies while it has taken the event gives it back; on Windows the event comes back when the last handle goes.
+//
+// Take it once a handle and signal: a handle that has taken the event and takes it again without a signal in between
+// waits on Windows, and is let in elsewhere.
 //
 // The handle is a bare one on purpose: a port overwrites a stale handle without closing it, and has to be able to.
 #pragma once

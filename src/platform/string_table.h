@@ -10,7 +10,8 @@
 namespace sc3xxmon::platform {
 
 // Copies text `id` of `module` into `buffer` of `size` wide characters, cut to fit and zero-ended. A text that isn't
-// there leaves the buffer as it is and gives 0; otherwise the result is the number of characters copied.
+// there gives 0 and leaves the buffer as it is, or empty (Windows); otherwise the result is the number of characters
+// copied.
 std::size_t LoadText(HINSTANCE module, std::uint32_t id, wchar_t* buffer, std::size_t size);
 
 }  // namespace sc3xxmon::platform

@@ -6,7 +6,8 @@
 //
 // What differs between systems: a read takes what the first arrival brings on both, whole or not; a write is one
 // operation on Windows and as many as it needs elsewhere, and either way all is taken or the call fails. Closing with
-// bytes unread resets the connection on Windows; elsewhere they are thrown away and it ends in order.
+// bytes unread resets the connection on Windows; elsewhere they are thrown away and it ends in order. Off Windows small
+// writes go out at once (TCP_NODELAY). Of two transfers at once on a socket a failing one cancels both on Windows.
 #pragma once
 
 #include <array>

@@ -20,8 +20,13 @@ std::uint32_t Unit(wchar_t c) {
   return static_cast<std::make_unsigned_t<std::conditional_t<sizeof(wchar_t) == 2, std::int16_t, std::int32_t>>>(c);
 }
 
-// Takes one character off the front of `text`, two units of it where 16-bit wide characters need them.
-std::uint32_t TakeCharacter(std::wstring_view& text) {
+std::uint32_t Unit(char16_t c) {
+  return c;
+}
+
+// Takes one character off the front of `text`, two units of it where 16-bit characters need them.
+template <class Character>
+std::uint32_t TakeCharacter(std::basic_string_view<Character>& text) {
   const std::uint32_t first = Unit(text.front());
   text.remove_prefix(1);
   if (IsHighSurrogate(first) && !text.empty() && IsLowSurrogate(Unit(text.front()))) {
@@ -68,13 +73,14 @@ std::uint32_t TakeUtf8(std::string_view& text) {
   return tooLong || character > 0x10FFFF || (character >= 0xD800 && character < 0xE000) ? kReplacement : character;
 }
 
-void AppendWide(std::wstring& out, std::uint32_t character) {
-  if (sizeof(wchar_t) > 2 || character < 0x10000) {
-    out += static_cast<wchar_t>(character);
+template <class Character>
+void AppendWide(std::basic_string<Character>& out, std::uint32_t character) {
+  if (sizeof(Character) > 2 || character < 0x10000) {
+    out += static_cast<Character>(character);
     return;
   }
-  out += static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10));
-  out += static_cast<wchar_t>(0xDC00 + ((character - 0x10000) & 0x3FF));
+  out += static_cast<Character>(0xD800 + ((character - 0x10000) >> 10));
+  out += static_cast<Character>(0xDC00 + ((character - 0x10000) & 0x3FF));
 }
 
 wchar_t LowerAscii(wchar_t c) {
@@ -97,6 +103,22 @@ std::wstring FromUtf8(std::string_view text) {
   out.reserve(text.size());
   while (!text.empty()) {
     AppendWide(out, TakeUtf8(text));
+  }
+  return out;
+}
+
+std::u16string ToUtf16(std::wstring_view text) {
+  std::u16string out;
+  while (!text.empty()) {
+    AppendWide(out, TakeCharacter(text));
+  }
+  return out;
+}
+
+std::wstring FromUtf16(std::u16string_view text) {
+  std::wstring out;
+  while (!text.empty()) {
+    AppendWide(out, TakeCharacter(text));
   }
   return out;
 }

@@ -1,6 +1,8 @@
 // The two-byte commands that tell the printer what the driver's stream no longer can: the job was cut short, or an error
 // was cleared in the middle of it. None has a response; all are best effort.
 
+#include <array>
+
 #include "diag/debug_log.h"
 #include "monitor/langmon.h"
 #include "monitor/printer_models.h"

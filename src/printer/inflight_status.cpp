@@ -5,6 +5,8 @@
 // label. When a request goes out that is the last label sent; when its response is read the next label has usually
 // gone out too, hence the two label numbers below, which name the same label.
 
+#include <array>
+
 #include "diag/debug_log.h"
 #include "diag/debug_settings.h"
 #include "job/failure.h"
@@ -12,8 +14,6 @@
 
 namespace sc3xxmon {
 namespace {
-
-constexpr std::uint8_t kInflightRequest = 2;
 
 std::uint32_t LabelOfRequest(const CPrintJob& job) {
   return job.SentLabelCount() + job.LabelsAcked;
@@ -38,7 +38,7 @@ bool CLangMon::SendStatusRequest(std::uint8_t n) {
 void CLangMon::SendInflightStatusRequest() {
   const std::uint32_t label = LabelOfRequest(*CurrentJob());
   KovaDebugPrint(At("CLangMon::SendInflightStatusRequest"), "Sending ESCA2 for label #%d", label);
-  if (!SendStatusRequest(kInflightRequest)) {
+  if (!SendStatusRequest(kAskInFlight)) {
     throw PrintCommException("Sending ESCA2 for label #%d failed", label);
   }
 }

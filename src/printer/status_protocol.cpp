@@ -3,7 +3,7 @@
 // answer to the next request; there is no re-synchronisation, the job's restart is the recovery.
 
 #include <algorithm>
-#include <optional>
+#include <array>
 
 #include "diag/debug_log.h"
 #include "diag/debug_settings.h"
@@ -23,8 +23,7 @@ constexpr std::uint32_t kDualRollPrefixSize = 6;
 
 // States that call for action, and so have to persist across a second look.
 bool CallsForAction(const StatusRecord& record) {
-  const std::uint8_t status = record.Status();
-  return status == kStatusPrinterError || status == kStatusTaken || status == kStatusTakenBusy;
+  return record.Status() == kStatusPrinterError || record.IsTaken();
 }
 
 }  // namespace
@@ -34,7 +33,7 @@ bool CLangMon::ReadStatusBytes(std::uint32_t model, StatusRecord& out, std::uint
   if (!PrinterModelRow(model).dualRoll) {
     return Recv(out.Bytes.data(), static_cast<std::uint32_t>(out.Bytes.size()), read) && *read == out.Bytes.size();
   }
-  std::array<std::uint8_t, kDualRollResponseSize> response{0x1B, 0x53};
+  std::array<std::uint8_t, kDualRollResponseSize> response{};
   if (!Recv(response.data(), kDualRollResponseSize, read) || *read != kDualRollResponseSize) {
     return false;
   }

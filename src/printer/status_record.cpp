@@ -10,8 +10,18 @@ constexpr std::uint32_t kBatteryLowBit = 0x800;       // ESC S form
 constexpr std::uint32_t kCommErrorBitEscS = 0x08;     // ESC S form
 constexpr std::uint32_t kCommErrorBitPlain = 0x1000;  // plain form
 
+constexpr std::uint8_t kCutterJam = 4;
+constexpr std::uint8_t kMediaGoodFirst = 6;
+constexpr std::uint8_t kMediaGoodLast = 8;
+
+// A printer that is ready, with labels in it.
+constexpr StatusRecord kFabricatedEscS{{0x1B, 0x53, 0x1D, 0, 0, 0, 0, 0, 0, 0, 0, 0x08, 0,    0,    0,    0,
+                                        0,    0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0,    0xE7, 0x03, 0x01, 0x04}};
+constexpr StatusRecord kFabricatedPlain{
+    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x08, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE7, 0x03, 0x01, 0x11, 0x04}};
+
 bool MediaIsGood(std::uint8_t bay) {
-  return bay >= 6 && bay <= 8;
+  return bay >= kMediaGoodFirst && bay <= kMediaGoodLast;
 }
 
 }  // namespace
@@ -37,30 +47,12 @@ PrinterErrors DecodePrinterErrors(const StatusRecord& record) {
   errors.Cutter = record.Cutter();
   errors.BatteryGood = batteryLow ? 0 : 1;
   errors.ErrorFlags = (MediaIsGood(errors.Bay) ? 0 : kMediaError) | (errors.Head != 0 ? kHeadError : 0) |
-                      (errors.Cutter == 4 ? kCutterError : 0) | (batteryLow ? kBatteryError : 0);
+                      (errors.Cutter == kCutterJam ? kCutterError : 0) | (batteryLow ? kBatteryError : 0);
   return errors;
 }
 
 StatusRecord FabricatedStatus(std::uint32_t model) {
-  StatusRecord record;
-  if (PrinterModelRow(model).tape) {
-    record.Bytes[0] = 0x1B;
-    record.Bytes[1] = 0x53;
-    record.Bytes[2] = 0x1D;
-    record.Bytes[11] = 0x08;
-    record.Bytes[28] = 0xE7;
-    record.Bytes[29] = 0x03;
-    record.Bytes[30] = 0x01;
-    record.Bytes[31] = 0x04;
-  } else {
-    record.Bytes[10] = 0x08;
-    record.Bytes[27] = 0xE7;
-    record.Bytes[28] = 0x03;
-    record.Bytes[29] = 0x01;
-    record.Bytes[30] = 0x11;
-    record.Bytes[31] = 0x04;
-  }
-  return record;
+  return PrinterModelRow(model).tape ? kFabricatedEscS : kFabricatedPlain;
 }
 
 }  // namespace sc3xxmon

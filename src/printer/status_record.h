@@ -6,6 +6,17 @@
 
 namespace sc3xxmon {
 
+// Operand of the ESC A request that brings a record.
+inline constexpr std::uint8_t kAskState = 0;
+inline constexpr std::uint8_t kAskForLock = 1;   // the printer is ours from then on, if it is free
+inline constexpr std::uint8_t kAskInFlight = 2;  // answered once what stands before it is done
+
+// Values of Status that decide something.
+inline constexpr std::uint8_t kStatusPrinterError = 2;
+inline constexpr std::uint8_t kStatusCancelled = 3;
+inline constexpr std::uint8_t kStatusTaken = 4;
+inline constexpr std::uint8_t kStatusTakenBusy = 5;
+
 // A record comes in one of two forms. Its own first two bytes decide, never the model: 1B 53 is the `ESC S` form, all
 // else the plain one. Bytes that no accessor names are the printer's business and are kept as they came.
 struct StatusRecord {
@@ -18,8 +29,10 @@ struct StatusRecord {
   std::uint8_t Cutter() const { return IsEscS() ? Bytes[10] : 0; }
   std::uint32_t Err() const;
 
-  // Ready, accepted and taken by someone else pass (0, 1, 4); nothing else does. 4 passes and 5 doesn't: a printer
-  // that answers 4 has taken the label all the same.
+  // Someone else holds the printer.
+  bool IsTaken() const { return Status() == kStatusTaken || Status() == kStatusTakenBusy; }
+
+  // What a label's status may be: 0, 1 or 4; nothing else passes, 5 neither.
   bool PassesStatusCheck() const { return (Status() & ~0x05u) == 0 && Status() != 5; }
 
   // The printer complains of the communication. The two forms differ in the bit as well as in the word's place.
@@ -31,12 +44,6 @@ struct StatusRecord {
 
   friend bool operator==(const StatusRecord&, const StatusRecord&) = default;
 };
-
-// Values of Status that decide something.
-inline constexpr std::uint8_t kStatusPrinterError = 2;
-inline constexpr std::uint8_t kStatusCancelled = 3;
-inline constexpr std::uint8_t kStatusTaken = 4;      // by someone else
-inline constexpr std::uint8_t kStatusTakenBusy = 5;  // the same; which of the two is the printer's business
 
 // Bits of ErrorFlags.
 inline constexpr std::uint32_t kMediaError = 1;

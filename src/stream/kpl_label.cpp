@@ -33,8 +33,8 @@ KplLabel& KplLabel::operator=(KplLabel&& other) noexcept {
   return *this;
 }
 
-// Only what the scan finds overwrites PrintDataCommand and its companions: a target that held a label before keeps its
-// own where the new label has no such command. The pointers must not point into storage that is gone, so they go.
+// Only what the scan finds overwrites CompressedSize and LabelIndex: a target that held a label before keeps its own
+// where the new label has no such command. The pointers would point into storage that is gone, so they go first.
 void KplLabel::TakeFrom(KplLabel& other) noexcept {
   Data = std::move(other.Data);
   PrintDataHead = other.PrintDataHead;

@@ -18,17 +18,45 @@ CKplIterator Walk(std::span<const std::uint8_t> bytes, std::uint64_t from) {
 std::int32_t CKplParser::ProcessData(const void* data, std::uint64_t size) {
   const Bytes span(static_cast<const std::uint8_t*>(data), static_cast<std::size_t>(size));
   KovaDebugPrint(At("CKplParser::ProcessData"), "Appending data: old=%d, delta=%d", buffer_.size(), size);
-  if (buffer_.empty()) {
-    Bytes pending = span;
-    CutSteps(pending);
-    AppendToBuffer(pending);
-  } else {
-    AppendToBuffer(span);
-    Bytes pending = buffer_;
-    CutSteps(pending);
-    DropFromBuffer(pending.size());
+  const Progress before = CurrentProgress();
+  try {
+    Take(span);
+  } catch (...) {
+    GoBackTo(before);
+    throw;
   }
   return static_cast<std::int32_t>(size);
+}
+
+void CKplParser::Take(Bytes span) {
+  if (buffer_.empty()) {
+    CutSteps(span);
+    AppendToBuffer(span);
+    return;
+  }
+  AppendToBuffer(span);
+  Bytes pending = buffer_;
+  CutSteps(pending);
+  DropFromBuffer(pending.size());
+}
+
+CKplParser::Progress CKplParser::CurrentProgress() const {
+  return {buffer_.size(), JobHeader.size(), JobFooter.size(), Labels.size(), LabelsParsed,
+          ParserState,    ParserQParameter, OpenLengthLabels, headerScan_,   labelScan_};
+}
+
+// A call only ever adds to these, up to the moment when nothing can fail any more.
+void CKplParser::GoBackTo(const Progress& before) noexcept {
+  buffer_.resize(before.pending);
+  JobHeader.resize(before.header);
+  JobFooter.resize(before.footer);
+  Labels.erase(Labels.begin() + static_cast<std::ptrdiff_t>(before.labels), Labels.end());
+  LabelsParsed = before.labelsParsed;
+  ParserState = before.state;
+  ParserQParameter = before.qParameter;
+  OpenLengthLabels = before.openLengthLabels;
+  headerScan_ = before.headerScan;
+  labelScan_ = before.labelScan;
 }
 
 void CKplParser::CutSteps(Bytes& pending) {
@@ -177,8 +205,9 @@ CKplParser::LabelCommand CKplParser::JudgeLabelCommand(LabelScan& scan, const Kp
 //
 // Whether the footer follows is read from the ending command's letter at the place where it stood, after the label has
 // gone from the front: the rest has moved down by the label's size, so that the byte there may be one of the rest, and
-// a value of Q or E there counts. Where the rest doesn't reach that far, the letter itself still stands. The job flow
-// has come to rely on it; the rest itself need not be moved to know the byte.
+// a value of Q or E there counts. Where the rest doesn't reach that far, the letter itself still stands. A rest that
+// holds such a byte goes out as footer, unparsed: kept, since every version has cut such streams so. The rest need not
+// be moved to know the byte.
 void CKplParser::TakeLabel(Bytes& pending, std::uint64_t labelSize, std::uint64_t endPosition,
                            std::uint32_t betweenLabels) {
   const std::uint8_t letter = pending[endPosition + 1];
@@ -203,9 +232,6 @@ void CKplParser::KeepLabel(Bytes bytes, std::uint32_t betweenLabels) {
   DumpLabelRaster(label);
   Labels.push_back(std::move(label));
 }
-
-// The picture of a label's raster for diagnosis. It needs the log folder, which this version doesn't make.
-void CKplParser::DumpLabelRaster(const KplLabel&) const {}
 
 ParseResult CKplParser::FindJobFooter(Bytes pending) {
   if (ParserState < kParserHeader) {
@@ -296,18 +322,19 @@ void CKplParser::AppendToBuffer(Bytes bytes) {
 }
 
 // A label in pieces is held here until its last byte, and once more as the old storage is copied into the new or the
-// label into its record. So the room is made for what its raster's head announces, or else in steps of an eighth:
-// doubling would hold the label three times over.
+// label into its record. So the room is made for what its raster's head announces, and at least an eighth more than is
+// needed: doubling would hold the label three times over, and a label of many small rasters announces little each time.
 std::size_t CKplParser::RoomToGrowTo(std::size_t added) const {
   constexpr std::size_t kBelievedLength = std::size_t{64} << 20;  // beyond any label; a damaged head says anything
   constexpr std::size_t kFormFeedRoom = 16;
   const std::size_t needed = buffer_.size() + added;
   const std::size_t scanned = std::min<std::size_t>(labelScan_.position, buffer_.size());
   const std::uint64_t announced = scanned + kpl::AnnouncedLength(Bytes(buffer_).subspan(scanned));
+  const std::size_t stepped = needed + needed / 8;
   if (announced > needed && announced <= kBelievedLength) {
-    return static_cast<std::size_t>(announced) + added + kFormFeedRoom;
+    return std::max(stepped, static_cast<std::size_t>(announced) + added + kFormFeedRoom);
   }
-  return needed + needed / 8;
+  return stepped;
 }
 
 // The storage is kept for the next label unless it is large: then it would stand beside the record that has just been

@@ -37,7 +37,8 @@ class CKplParser {
   CKplParser(const CKplParser&) = delete;
   CKplParser& operator=(const CKplParser&) = delete;
 
-  // Takes all of the span, cuts what can be cut, and gives the span's length, whatever was parsed.
+  // Takes all of the span, cuts what can be cut, and gives the span's length, whatever was parsed. Out of memory it
+  // throws std::bad_alloc, and the parser is as it was before the call: the same span can be offered again.
   std::int32_t ProcessData(const void* data, std::uint64_t size);
 
   // The single steps, on what is pending. ProcessData runs them in this order.
@@ -87,11 +88,28 @@ class CKplParser {
   // What a label step decided about one command.
   enum class LabelCommand : std::uint8_t { kGoOn, kEndsBehind, kEndsBefore, kNoLabel };
 
+  // What a call of ProcessData can change.
+  struct Progress {
+    std::size_t pending;
+    std::size_t header;
+    std::size_t footer;
+    std::size_t labels;
+    std::uint32_t labelsParsed;
+    std::int32_t state;
+    std::uint8_t qParameter;
+    bool openLengthLabels;
+    std::uint64_t headerScan;
+    LabelScan labelScan;
+  };
+  Progress CurrentProgress() const;
+  void GoBackTo(const Progress& before) noexcept;
+
   // The steps proper: each works on the front of `pending` and takes off what it cuts.
   ParseResult CutJobHeader(Bytes& pending);
   ParseResult CutLabel(Bytes& pending);
   ParseResult FindJobFooter(Bytes pending);
 
+  void Take(Bytes span);
   void CutSteps(Bytes& pending);
   ParseResult NoteHeaderCommand(const KplCommand& command);
   LabelCommand JudgeLabelCommand(LabelScan& scan, const KplCommand& command) const;

@@ -8,9 +8,12 @@
 namespace sc3xxmon {
 namespace {
 
-// LZ4 counts in int; a work space beyond that can't be filled anyway.
+// LZ4 counts in int.
+constexpr std::size_t kMostBytes = std::numeric_limits<int>::max();
+
+// A work space beyond that can't be filled anyway.
 int Capacity(const ByteVector& bytes) {
-  return static_cast<int>(std::min<std::size_t>(bytes.size(), std::numeric_limits<int>::max()));
+  return static_cast<int>(std::min(bytes.size(), kMostBytes));
 }
 
 }  // namespace
@@ -32,7 +35,7 @@ ByteVector CompressRaster(std::span<const std::uint8_t> raster) {
 
 ByteVector DecompressRaster(std::span<const std::uint8_t> compressed, std::uint32_t expectedSize) {
   constexpr std::size_t kSpare = 4096;
-  if (compressed.data() == nullptr || compressed.empty() || compressed.size() > LZ4_MAX_INPUT_SIZE) {
+  if (compressed.data() == nullptr || compressed.empty() || compressed.size() > kMostBytes) {
     return {};
   }
   ByteVector raster(std::max<std::size_t>(compressed.size(), expectedSize) + kSpare);

@@ -23,7 +23,7 @@ int Sc3xxSetHost(const Sc3xxHost* host) {
     currentHost = Sc3xxHost{};
     return 1;
   }
-  if (host->size < offsetof(Sc3xxHost, OpenPrinterW)) {
+  if (host->size < offsetof(Sc3xxHost, OpenPrinterW) + sizeof(host->OpenPrinterW)) {
     return 0;
   }
   Sc3xxHost copy{};

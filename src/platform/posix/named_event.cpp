@@ -1,10 +1,13 @@
-// The event is a file in the machine's shared memory with two locks on it and one byte in it.
+// The event is a file in the machine's shared memory with three locks on it and one byte in it.
 //
 // Byte 0 of the lock range is a short critical section. Byte 1 is held, shared, by whoever has taken the event, for as
 // long as it lives. The file's one byte says whether the event was signalled since it was last taken. The event is
 // free if it was signalled, or if nobody holds byte 1: that covers a fresh file as well as a holder that died. A plain
 // file lock would do for admission and death; the byte is there because anybody may signal the event, not only the
 // one who took it.
+//
+// Byte 2 is held, shared, by everybody who has the event open. The last one to close removes the file. Who opened it
+// just before that sees, once it holds byte 2, that the file has no name any more, and opens again.
 //
 // Locks belong to the open file, not to the process, so that two ports in one process exclude each other too.
 
@@ -15,55 +18,23 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <string_view>
+#include <climits>
+#include <string>
 
 #include "platform/clock.h"
-#include "platform/text.h"
+#include "platform/posix/shared_memory.h"
 
 namespace sc3xxmon::platform {
 namespace {
 
-constexpr char kFolder[] = "/dev/shm/";
-constexpr std::size_t kLongestName = 200;
 constexpr std::uint32_t kPollMs = 10;
+constexpr int kSignalAttempts = 1000;
+constexpr std::uint32_t kSignalPauseMs = 1;
 constexpr off_t kCriticalByte = 0;
 constexpr off_t kHolderByte = 1;
+constexpr off_t kOpenByte = 2;
 constexpr char kSignalled = 'S';
 constexpr char kTaken = 'T';
-
-std::uint64_t Fnv1a(std::string_view text) {
-  std::uint64_t hash = 0xCBF29CE484222325u;
-  for (const char c : text) {
-    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3u;
-  }
-  return hash;
-}
-
-// Every name maps to a file name of its own: what a file system refuses is written as %XX, and a long name ends in a
-// hash of the whole.
-std::string FileNameOf(const std::wstring& name) {
-  const std::string text = ToUtf8(name);
-  std::string out;
-  for (const char c : text) {
-    const bool plain =
-        (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' || c == '.';
-    if (plain) {
-      out += c;
-      continue;
-    }
-    char escaped[4];
-    std::snprintf(escaped, sizeof(escaped), "%%%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
-    out += escaped;
-  }
-  if (out.size() > kLongestName) {
-    char hash[24];
-    std::snprintf(hash, sizeof(hash), "~%016llX", static_cast<unsigned long long>(Fnv1a(text)));
-    out.resize(kLongestName);
-    out += hash;
-  }
-  return kFolder + out;
-}
 
 // The handle is the descriptor plus one, so that descriptor 0 isn't a null handle.
 HANDLE ToHandle(int descriptor) {
@@ -86,12 +57,12 @@ bool Lock(int descriptor, int command, short type, off_t byte) {
   return result == 0;
 }
 
-// True if another open file holds the event.
-bool HeldElsewhere(int descriptor) {
+// True if another open file has a lock on the byte.
+bool HeldElsewhere(int descriptor, off_t byte) {
   struct flock range {};
   range.l_type = F_WRLCK;
   range.l_whence = SEEK_SET;
-  range.l_start = kHolderByte;
+  range.l_start = byte;
   range.l_len = 1;
   return fcntl(descriptor, F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
 }
@@ -110,7 +81,7 @@ bool TryTake(int descriptor) {
   if (!Lock(descriptor, F_OFD_SETLK, F_WRLCK, kCriticalByte)) {
     return false;
   }
-  const bool isFree = WasSignalled(descriptor) || !HeldElsewhere(descriptor);
+  const bool isFree = WasSignalled(descriptor) || !HeldElsewhere(descriptor, kHolderByte);
   if (isFree) {
     StoreState(descriptor, kTaken);
     Lock(descriptor, F_OFD_SETLK, F_RDLCK, kHolderByte);
@@ -141,11 +112,34 @@ int OpenShared(const char* path) {
   return -1;
 }
 
+bool HasName(int descriptor) {
+  struct stat state {};
+  return fstat(descriptor, &state) == 0 && state.st_nlink > 0;
+}
+
+// The path of an open file, which the kernel knows.
+std::string PathOf(int descriptor) {
+  char path[PATH_MAX];
+  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
+  const ssize_t length = readlink(link.c_str(), path, sizeof(path));
+  return length < 0 ? std::string() : std::string(path, static_cast<std::size_t>(length));
+}
+
 }  // namespace
 
 HANDLE CreateNamedEvent(const std::wstring& name) {
-  const int descriptor = OpenShared(FileNameOf(name).c_str());
-  return descriptor < 0 ? nullptr : ToHandle(descriptor);
+  const std::string path = SharedMemoryPath(name);
+  for (;;) {
+    const int descriptor = OpenShared(path.c_str());
+    if (descriptor < 0) {
+      return nullptr;
+    }
+    Lock(descriptor, F_OFD_SETLK, F_RDLCK, kOpenByte);
+    if (HasName(descriptor)) {
+      return ToHandle(descriptor);
+    }
+    close(descriptor);
+  }
 }
 
 bool WaitForNamedEvent(HANDLE event, std::uint32_t timeoutMs) {
@@ -160,16 +154,28 @@ bool WaitForNamedEvent(HANDLE event, std::uint32_t timeoutMs) {
   return true;
 }
 
+// Not without end: whoever stopped in there, the end of a document must not hang on it.
 void SignalNamedEvent(HANDLE event) {
   const int descriptor = ToDescriptor(event);
-  Lock(descriptor, F_OFD_SETLKW, F_WRLCK, kCriticalByte);
+  for (int attempt = 0; attempt < kSignalAttempts; ++attempt) {
+    if (Lock(descriptor, F_OFD_SETLK, F_WRLCK, kCriticalByte)) {
+      break;
+    }
+    SleepMs(kSignalPauseMs);
+  }
   StoreState(descriptor, kSignalled);
   Lock(descriptor, F_OFD_SETLK, F_UNLCK, kHolderByte);
   Lock(descriptor, F_OFD_SETLK, F_UNLCK, kCriticalByte);
 }
 
 void CloseNamedEvent(HANDLE event) {
-  close(ToDescriptor(event));
+  const int descriptor = ToDescriptor(event);
+  // A file that stays does no harm, so nothing is waited for here; and another user's file can't be removed.
+  const bool alone = Lock(descriptor, F_OFD_SETLK, F_WRLCK, kCriticalByte) && !HeldElsewhere(descriptor, kOpenByte);
+  if (alone && HasName(descriptor)) {
+    unlink(PathOf(descriptor).c_str());
+  }
+  close(descriptor);
 }
 
 }  // namespace sc3xxmon::platform

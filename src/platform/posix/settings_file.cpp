@@ -65,9 +65,9 @@ class Reader {
       } else if (name == "Debug") {
         ReadNumbers(name, node, kDebugKey, kDebugNames);
       } else if (name == "Printers") {
-        ReadNamedKeys(name, node, kPrintersKey);
+        ReadNamedKeys(name, node, kPrintersKey, kPrinterNames);
       } else if (name == "Ports") {
-        ReadNamedKeys(name, node, kPortsKey);
+        ReadNamedKeys(name, node, kPortsKey, kPortNames);
       } else if (name == "LogRoot") {
         settings_.SetText(L"", L"LogRoot", Text(name, node));
       } else {
@@ -129,28 +129,31 @@ class Reader {
     return FromUtf8(text->get());
   }
 
+  void RequireKnown(const toml::key& name, const std::string& table, std::span<const std::string_view> known) const {
+    if (std::find(known.begin(), known.end(), name.str()) == known.end()) {
+      Fail(name.source(), "unknown name \"" + std::string(name.str()) + "\" in [" + table + "]" +
+                              Guess(name.str(), known) + " (known: " + JoinNames(known) + ")");
+    }
+  }
+
   void ReadNumbers(const toml::key& tableName, const toml::node& node, std::wstring_view key,
                    std::span<const std::string_view> known) {
     settings_.AddKey(key);
     for (auto&& [name, value] : Table(tableName, node)) {
-      if (std::find(known.begin(), known.end(), name.str()) == known.end()) {
-        Fail(name.source(), "unknown name \"" + std::string(name.str()) + "\" in [" + std::string(tableName.str()) +
-                                "]" + Guess(name.str(), known) + " (known: " + JoinNames(known) + ")");
-      }
+      RequireKnown(name, std::string(tableName.str()), known);
       settings_.SetNumber(key, FromUtf8(name.str()), Number(name, value));
     }
   }
 
-  void ReadNamedKeys(const toml::key& tableName, const toml::node& node, std::wstring_view prefix) {
+  // One table a printer or port, with texts in it.
+  void ReadNamedKeys(const toml::key& tableName, const toml::node& node, std::wstring_view prefix,
+                     std::span<const std::string_view> known) {
     for (auto&& [keyName, keyNode] : Table(tableName, node)) {
       const std::wstring key = std::wstring(prefix) + FromUtf8(keyName.str());
       settings_.AddKey(key);
       for (auto&& [name, value] : Table(keyName, keyNode)) {
-        if (value.is_integer()) {
-          settings_.SetNumber(key, FromUtf8(name.str()), Number(name, value));
-        } else {
-          settings_.SetText(key, FromUtf8(name.str()), Text(name, value));
-        }
+        RequireKnown(name, std::string(tableName.str()) + ".\"" + std::string(keyName.str()) + "\"", known);
+        settings_.SetText(key, FromUtf8(name.str()), Text(name, value));
       }
     }
   }
@@ -196,7 +199,7 @@ SettingsFile SettingsFile::Parse(std::string_view text, const std::string& fileN
 }
 
 SettingsFile SettingsFile::LoadDefault() {
-  const char* named = std::getenv("SC3XXMON_CONFIG");
+  const char* named = secure_getenv("SC3XXMON_CONFIG");
   if (named != nullptr && *named != '\0') {
     return Load(named);
   }

@@ -1,17 +1,17 @@
-// The settings on a system without a registry: one TOML file whose tables stand for keys and whose names are
-// value names.
+// The settings on a system without a registry: one TOML file whose tables stand for keys and whose names are value
+// names.
 //
-//   LogRoot = "/var/log"                  # folder that takes the place of the Windows directory for log
-//   files [SC3xx]                               # Software\KOVA\SC3xx: the options, whole numbers SendIPHs =
-//   1 [Debug]                               # Software\KOVA\Debug: the debug settings, whole numbers
+//   LogRoot = "/srv/print-log"  # the folder that takes the place of the Windows directory for log files
+//   [SC3xx]                   # Software\KOVA\SC3xx: the options, whole numbers
+//   SendIPHs = 1
+//   [Debug]                   # Software\KOVA\Debug: the debug settings, whole numbers
 //   DebugLevel = 2
-//   [Printers."NAME"]                     # the printer's key: Port = "..."
-//   [Ports."NAME"]                        # the TCP/IP port's key: HostName = "..."
+//   [Printers."NAME"]         # the printer's key: Port = "..."
+//   [Ports."NAME"]            # the TCP/IP port's key: HostName = "..."
 //
-// A number is four little-endian bytes, a text is wchar_t with its final zero, as a registry value would be.
-// Keys and value names are compared without regard to (ASCII) case when they are asked for, as in a registry;
-// in the file they are to be written as above. Threads: read-only use from any number of threads; the Set
-// functions exclude all others.
+// A number is four little-endian bytes, a text is wchar_t with its final zero, as a registry value would be. Keys and
+// value names are compared without regard to (ASCII) case when they are asked for, as in a registry; in the file they
+// are to be written as above. Threads: read-only use from any number of threads; the Set functions exclude all others.
 #pragma once
 
 #include <cstdint>

@@ -28,6 +28,10 @@ inline constexpr std::array<std::string_view, 23> kOptionNames = {
 inline constexpr std::array<std::string_view, 6> kDebugNames = {"DebugLevel", "TraceDetail", "NoDeviceIO",
                                                                 "BypassMode", "DontLock",    "NoMediaCheck"};
 
+// What stands under a printer's and under a port's name.
+inline constexpr std::array<std::string_view, 1> kPrinterNames = {"Port"};
+inline constexpr std::array<std::string_view, 1> kPortNames = {"HostName"};
+
 // The candidate that was most likely meant by `word`, judged by the number of letters to change, case aside;
 // empty when none is near enough to be worth a guess.
 std::string_view ClosestName(std::string_view word, std::span<const std::string_view> candidates);

@@ -93,6 +93,9 @@ Transfer MoveOnce(int descriptor, short events, Clock::time_point deadline, Step
       StoreSocketError();
       return {pending ? TransferOutcome::kResultFailed : TransferOutcome::kCallFailed, 0};
     }
+    if (pending && Clock::now() >= deadline) {  // "ready" again and again, and never a byte
+      return {TransferOutcome::kTimedOut, 0};
+    }
     pending = true;
     SetLastErrorCode(kWsaIoPending);
     switch (WaitFor(descriptor, events, deadline)) {
@@ -228,6 +231,10 @@ Transfer SendBytes(SocketHandle socket, const void* buffer, std::uint32_t size, 
       return {part.outcome, sent};
     }
     sent += part.count;
+    if (sent < size && Clock::now() >= deadline) {  // a printer that takes a little each time
+      SetLastErrorCode(kWsaIoPending);
+      return {TransferOutcome::kTimedOut, sent};
+    }
   }
   return {TransferOutcome::kCompleted, sent};
 }

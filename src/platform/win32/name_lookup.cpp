@@ -4,12 +4,30 @@
 #include <ws2tcpip.h>
 
 #include <array>
-#include <cstring>
+#include <memory>
 
 namespace sc3xxmon::platform {
 namespace {
 
 constexpr WORD kSocketsVersion = MAKEWORD(2, 2);
+
+class StartedSockets {
+ public:
+  StartedSockets() = default;
+  ~StartedSockets() {
+    if (Started()) {
+      WSACleanup();
+    }
+  }
+  StartedSockets(const StartedSockets&) = delete;
+  StartedSockets& operator=(const StartedSockets&) = delete;
+
+  bool Started() const { return result_ == 0; }
+
+ private:
+  WSADATA data_{};
+  int result_ = WSAStartup(kSocketsVersion, &data_);
+};
 
 std::wstring TextOf(const ADDRINFOW& entry) {
   std::array<wchar_t, 64> text{};
@@ -40,8 +58,8 @@ std::vector<FoundAddress> Walk(const ADDRINFOW* list) {
 }  // namespace
 
 std::vector<FoundAddress> LookUpHost(const std::wstring& hostName, LookupFamily family) {
-  WSADATA data;
-  if (WSAStartup(kSocketsVersion, &data) != 0) {
+  const StartedSockets sockets;
+  if (!sockets.Started()) {
     return {};
   }
   ADDRINFOW hints{};
@@ -49,13 +67,11 @@ std::vector<FoundAddress> LookUpHost(const std::wstring& hostName, LookupFamily 
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_protocol = IPPROTO_TCP;
   ADDRINFOW* list = nullptr;
-  std::vector<FoundAddress> found;
-  if (GetAddrInfoW(hostName.c_str(), nullptr, &hints, &list) == 0) {
-    found = Walk(list);
-    FreeAddrInfoW(list);
+  if (GetAddrInfoW(hostName.c_str(), nullptr, &hints, &list) != 0) {
+    return {};
   }
-  WSACleanup();
-  return found;
+  const std::unique_ptr<ADDRINFOW, decltype(&FreeAddrInfoW)> owner(list, FreeAddrInfoW);
+  return Walk(list);
 }
 
 }  // namespace sc3xxmon::platform

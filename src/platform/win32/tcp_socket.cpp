@@ -23,11 +23,26 @@ SocketAddress Pack(const Address& address) {
   return packed;
 }
 
+// Keeps the thread's socket error for whoever reports the failure, whatever the cleaning up calls.
+class KeptError {
+ public:
+  KeptError() = default;
+  ~KeptError() { WSASetLastError(error_); }
+  KeptError(const KeptError&) = delete;
+  KeptError& operator=(const KeptError&) = delete;
+
+ private:
+  int error_ = WSAGetLastError();
+};
+
 // The event that an overlapped transfer signals; closed on every way out.
 class TransferEvent {
  public:
   TransferEvent() : event_(WSACreateEvent()) {}
-  ~TransferEvent() { WSACloseEvent(event_); }
+  ~TransferEvent() {
+    const KeptError error;
+    WSACloseEvent(event_);
+  }
   TransferEvent(const TransferEvent&) = delete;
   TransferEvent& operator=(const TransferEvent&) = delete;
 
@@ -37,7 +52,7 @@ class TransferEvent {
   WSAEVENT event_;
 };
 
-// Cancels what is outstanding on the socket unless the transfer has been seen through, and lets the cancellation's
+// Cancels what is outstanding on the socket unless the transfer has moved all of its bytes, and lets the cancellation's
 // completion run, so that the caller's buffer is no longer touched.
 class CancelGuard {
  public:
@@ -46,10 +61,9 @@ class CancelGuard {
     if (acted_) {
       return;
     }
-    const int error = WSAGetLastError();  // the failure's own, for whoever reports it
+    const KeptError error;
     CancelIoEx(reinterpret_cast<HANDLE>(socket_), nullptr);
     SleepEx(0, TRUE);
-    WSASetLastError(error);
   }
   CancelGuard(const CancelGuard&) = delete;
   CancelGuard& operator=(const CancelGuard&) = delete;
@@ -97,7 +111,7 @@ Transfer RunOverlapped(SOCKET socket, void* buffer, std::uint32_t size, std::uin
   } else {
     transfer = Finish(socket, overlapped, timeoutMs);
   }
-  if (transfer.outcome == TransferOutcome::kCompleted) {
+  if (transfer.outcome == TransferOutcome::kCompleted && transfer.count == size) {
     guard.Dismiss();
   }
   return transfer;
