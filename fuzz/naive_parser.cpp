@@ -9,6 +9,12 @@
 namespace sc3xxmon::fuzz {
 namespace {
 
+// How a step went.
+constexpr int kNotYet = 0;
+constexpr int kSomethingElse = 1;
+constexpr int kNeedMore = 2;
+constexpr int kParsed = 3;
+
 std::uint32_t Little(std::span<const std::uint8_t> bytes, std::size_t offset, std::size_t width) {
   std::uint32_t value = 0;
   for (std::size_t i = 0; i < width; ++i) {
@@ -139,14 +145,14 @@ void NaiveParser::RemoveFront(std::size_t count) {
 void NaiveParser::ProcessData(std::span<const std::uint8_t> span) {
   Append(span);
   if (state < 1) {
-    TryJobHeader();
+    TryParseJobHeader();
   }
   if (state == 1 || state == 2) {
-    while (TryLabel()) {
+    while (TryParseLabel() == kParsed) {
     }
   }
   if (state == 1 || state == 2) {
-    TryJobFooter();
+    TryParseJobFooter();
   }
   if (state >= 3) {
     jobFooter.insert(jobFooter.end(), Buffer().begin(), Buffer().end());
@@ -154,23 +160,26 @@ void NaiveParser::ProcessData(std::span<const std::uint8_t> span) {
   }
 }
 
-void NaiveParser::TryJobHeader() {
+int NaiveParser::TryParseJobHeader() {
+  if (state >= 1) {
+    return kNotYet;
+  }
   auto command = NaiveCommandAt(Buffer(), 0, log);
   if (!command) {
-    return;
+    return kNeedMore;
   }
   if (command->letter != 's') {
     log.push_back(Line("CKplParser::TryParseJobHeader: Not a job header: %X-%X", 0x1B, command->letter));
-    return;
+    return kSomethingElse;
   }
   for (;;) {
     command = NaiveCommandAt(Buffer(), command->offset + static_cast<std::size_t>(command->length), log);
     if (!command) {
-      return;
+      return kNeedMore;
     }
     if (command->letter == 'D' || command->letter == 'Z') {
       log.push_back(Line("CKplParser::TryParseJobHeader: Unexpected varlen command: %d", command->letter));
-      return;
+      return kSomethingElse;
     }
     if (command->letter == 'L' && Little(Buffer(), command->offset + 2, 2) == 0xFFFF) {
       openLengthLabels = true;
@@ -187,9 +196,13 @@ void NaiveParser::TryJobHeader() {
   state = 1;
   log.push_back(Line("CKplParser::TryParseJobHeader: Got header (%d bytes). Remained in buffer %d",
                      Int(jobHeader.size()), Int(size_)));
+  return kParsed;
 }
 
-bool NaiveParser::TryLabel() {
+int NaiveParser::TryParseLabel() {
+  if (state < 1) {
+    return kNotYet;
+  }
   std::uint32_t betweenLabels = 0;
   bool indexFound = false;
   std::size_t offset = 0;
@@ -201,20 +214,20 @@ bool NaiveParser::TryLabel() {
         betweenLabels += static_cast<std::uint32_t>(command->length);
       } else if (letter != 'n') {
         log.push_back(Line("CKplParser::TryParseLabel: Not a label index: %X-%X", 0x1B, letter));
-        return false;
+        return kSomethingElse;
       } else {
         indexFound = true;
       }
     } else if (letter == 'G' || letter == 'p') {
       TakeLabel(behind, offset, betweenLabels);
-      return true;
+      return kParsed;
     } else if (letter == 'n' || letter == 'Q' || letter == 'E') {
       TakeLabel(offset, offset, betweenLabels);
-      return true;
+      return kParsed;
     }
     offset = behind;
   }
-  return false;
+  return kNeedMore;
 }
 
 void NaiveParser::TakeLabel(std::size_t end, std::size_t endCommand, std::uint32_t betweenLabels) {
@@ -235,18 +248,32 @@ void NaiveParser::TakeLabel(std::size_t end, std::size_t endCommand, std::uint32
       Line("CKplParser::TryParseLabel: Got label (%d/%d bytes). state=%d", Int(end), Int(betweenLabels), state));
 }
 
-void NaiveParser::TryJobFooter() {
+int NaiveParser::TryParseJobFooter() {
+  if (state < 1) {
+    return kNotYet;
+  }
   const auto command = NaiveCommandAt(Buffer(), 0, log);
-  if (!command || command->letter == 'n') {
-    return;
+  if (!command) {
+    return kNeedMore;
+  }
+  if (command->letter == 'n') {
+    return kSomethingElse;
   }
   if (command->letter == 'Q' || command->letter == 'E') {
     log.push_back("CKplParser::TryParseJobFooter: Got footer");
     state = 3;
-    return;
+    return kParsed;
   }
   log.push_back(
       Line("CKplParser::TryParseJobFooter: Not a footer command in the buffer: %X-%X", 0x1B, command->letter));
+  return kSomethingElse;
+}
+
+void NaiveParser::SendFirstUnsent() {
+  const auto unsent = std::find_if(labels.begin(), labels.end(), [](const NaiveLabel& label) { return !label.sent; });
+  if (unsent != labels.end()) {
+    unsent->sent = true;
+  }
 }
 
 std::uint32_t NaiveParser::AckFirstLabel() {
@@ -271,6 +298,16 @@ void NaiveParser::RevertSentLabels() {
   if (reverted > 0) {
     log.push_back(Line("CKplParser::RevertSentLabels: Reverted %d sent labels", reverted));
   }
+}
+
+void NaiveParser::Reset() {
+  size_ = 0;
+  jobHeader.clear();
+  jobFooter.clear();
+  labels.clear();
+  state = 0;
+  labelsParsed = 0;
+  labelsAcked = 0;
 }
 
 }  // namespace sc3xxmon::fuzz

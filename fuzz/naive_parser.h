@@ -44,8 +44,15 @@ class NaiveParser {
   explicit NaiveParser(bool keepEmptyLabels) : keepEmptyLabels_(keepEmptyLabels) {}
 
   void ProcessData(std::span<const std::uint8_t> span);
+  // One step alone, with the real parser's number for how it went.
+  int TryParseJobHeader();
+  int TryParseLabel();
+  int TryParseJobFooter();
+
+  void SendFirstUnsent();
   std::uint32_t AckFirstLabel();
   void RevertSentLabels();
+  void Reset();
 
   std::span<const std::uint8_t> Buffer() const { return {storage_.data(), size_}; }
 
@@ -62,10 +69,7 @@ class NaiveParser {
  private:
   void Append(std::span<const std::uint8_t> span);
   void RemoveFront(std::size_t count);
-  void TryJobHeader();
-  bool TryLabel();
   void TakeLabel(std::size_t end, std::size_t endCommand, std::uint32_t betweenLabels);
-  void TryJobFooter();
 
   bool keepEmptyLabels_;
   std::vector<std::uint8_t> storage_;  // never shorter than it ever was

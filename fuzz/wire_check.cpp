@@ -43,8 +43,16 @@ std::uint32_t Little32(Bytes bytes, std::size_t at) {
 Bytes Descriptor(const NaiveLabel& label) {
   return Bytes(label.data).subspan(label.DescriptorOffset(), 10);
 }
+// Cut at the label's end: the geometry of a compressed raster of no bytes may promise more than there is.
 Bytes Raster(const NaiveLabel& label) {
-  return Bytes(label.data).subspan(label.DescriptorOffset() + 10, label.RasterSize());
+  const Bytes rest = Bytes(label.data).subspan(label.DescriptorOffset() + 10);
+  return rest.first(std::min<std::size_t>(rest.size(), label.RasterSize()));
+}
+
+// A raster that may be cut or compressed on its way. An ESC Z that announces no bytes counts as one that isn't
+// compressed.
+bool IsPlainRaster(const NaiveLabel& label) {
+  return label.raster && label.compressedSize == 0;
 }
 
 bool DecompressesTo(Bytes block, Bytes raster) {
@@ -63,12 +71,13 @@ struct Surroundings {
 
 Surroundings Around(const NaiveLabel& label, Bytes span) {
   const std::size_t skipped = label.data.size() - span.size();
-  const std::size_t end = label.raster->offset + static_cast<std::size_t>(label.raster->length);
-  return {span.first(label.raster->offset - skipped), Bytes(label.data).subspan(end)};
+  const std::size_t end = label.DescriptorOffset() + 10 + label.RasterSize();
+  const Bytes behind = end <= label.data.size() ? Bytes(label.data).subspan(end) : Bytes{};
+  return {span.first(label.raster->offset - skipped), behind};
 }
 
 bool IsCompressedForm(Bytes bytes, const NaiveLabel& label, Bytes span) {
-  if (!label.raster || label.raster->letter != 'D') {
+  if (!IsPlainRaster(label) || Raster(label).size() < label.RasterSize()) {
     return false;
   }
   constexpr std::size_t kHead = 17;
@@ -132,7 +141,7 @@ bool WireCheck::IsWholeLabel(Bytes bytes, std::size_t number) const {
 
 bool WireCheck::IsChunkedHead(Bytes bytes, std::size_t number) const {
   const NaiveLabel& label = parser_.labels[number];
-  return label.raster && label.raster->letter == 'D' && PdChunkSize > 0 && PdChunkSize < label.LineCount() &&
+  return IsPlainRaster(label) && PdChunkSize > 0 && PdChunkSize < label.LineCount() &&
          Same(bytes, Around(label, SendSpan(label)).before);
 }
 

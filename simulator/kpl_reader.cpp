@@ -43,6 +43,13 @@ std::string InHex(std::uint8_t byte) {
   return {'0', 'x', kDigits[byte >> 4], kDigits[byte & 15u]};
 }
 
+std::string TooLarge(std::uint64_t bytes) {
+  return "raster of " + std::to_string(bytes) + " bytes is beyond the limit";
+}
+
+// A head that promises more than any label has isn't taken at its word.
+constexpr std::uint64_t kMostCountedOff = std::uint64_t{1} << 30;
+
 }  // namespace
 
 KplReader::KplReader(std::size_t maxBodyBytes) : maxBodyBytes_(maxBodyBytes) {}
@@ -51,6 +58,7 @@ void KplReader::StartAnew() {
   headSize_ = 0;
   bodyNeeded_ = 0;
   complete_ = false;
+  rasterIsTooLarge_ = false;
   body_.clear();
 }
 
@@ -66,6 +74,7 @@ KplReader::Step KplReader::Next(std::span<const std::uint8_t>& input) {
     if (bodyNeeded_ > 0) {
       TakeBody(input);
       if (bodyNeeded_ > 0) return Step::kNeedMore;
+      if (rasterIsTooLarge_) return EndTooLargeRaster();
       complete_ = true;
       return Step::kCommand;
     }
@@ -80,7 +89,9 @@ KplReader::Step KplReader::Next(std::span<const std::uint8_t>& input) {
 
 void KplReader::TakeBody(std::span<const std::uint8_t>& input) {
   const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(bodyNeeded_, input.size()));
-  body_.insert(body_.end(), input.begin(), input.begin() + static_cast<std::ptrdiff_t>(size));
+  if (!rasterIsTooLarge_) {
+    body_.insert(body_.end(), input.begin(), input.begin() + static_cast<std::ptrdiff_t>(size));
+  }
   input = input.subspan(size);
   bodyNeeded_ -= size;
   position_ += size;
@@ -123,17 +134,27 @@ KplReader::Step KplReader::EndHead() {
     if (raster.LineBytes() > maxBodyBytes_) return Malformed(offset_, "raster line beyond the limit of a label");
     body = raster.LineBytes() * raster.lines;
   }
-  if (body > maxBodyBytes_)
-    return Malformed(offset_, "raster of " + std::to_string(body) + " bytes is beyond the limit");
+  if (body > kMostCountedOff) return Malformed(offset_, TooLarge(body));
+  rasterIsTooLarge_ = body > maxBodyBytes_;
+  bodySize_ = body;
   bodyNeeded_ = body;
   complete_ = body == 0;
   return complete_ ? Step::kCommand : Step::kNeedMore;
+}
+
+// Its bytes may look like commands, so that going on behind its head would print or answer by accident.
+KplReader::Step KplReader::EndTooLargeRaster() {
+  const Step step = Malformed(offset_, TooLarge(bodySize_));
+  skipping_ = false;
+  rasterWasTooLarge_ = true;
+  return step;
 }
 
 KplReader::Step KplReader::Malformed(std::uint64_t offset, std::string reason) {
   StartAnew();
   malformedOffset_ = offset;
   reason_ = std::move(reason);
+  rasterWasTooLarge_ = false;
   skipping_ = true;
   return Step::kMalformed;
 }

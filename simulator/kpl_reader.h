@@ -1,7 +1,7 @@
 // The printer's own walk over its input: takes the stream in pieces of any size and gives whole commands.
 //
 // Every byte is looked at once, however the stream is cut. Memory grows with the bytes that really came, never with
-// what a head promises. Bytes that are no command are reported once and skipped up to the next ESC with a known letter.
+// what a head promises: a raster beyond the limit is counted off and not kept. Bytes that are no command are reported once and skipped up to the next ESC with a known letter.
 #pragma once
 
 #include <array>
@@ -43,6 +43,8 @@ class KplReader {
   std::uint64_t Offset() const { return offset_; }     // of the command's ESC, in the whole stream
   std::uint64_t MalformedOffset() const { return malformedOffset_; }
   const std::string& Reason() const { return reason_; }
+  // What was malformed is a raster beyond the limit, and it is over: the label that it belongs to lacks it.
+  bool RasterWasTooLarge() const { return rasterWasTooLarge_; }
 
   bool Incomplete() const { return !complete_ && headSize_ > 0; }
   bool InRaster() const { return Incomplete() && (Letter() == 'D' || Letter() == 'Z'); }
@@ -55,6 +57,7 @@ class KplReader {
   Step TakeHeadByte(std::uint8_t byte);
   Step SkipByte(std::uint8_t byte);
   Step EndHead();
+  Step EndTooLargeRaster();
   Step Malformed(std::uint64_t offset, std::string reason);
   void TakeBody(std::span<const std::uint8_t>& input);
   void StartAnew();
@@ -63,6 +66,7 @@ class KplReader {
   std::array<std::uint8_t, 17> head_{};
   std::size_t headSize_ = 0;
   std::vector<std::uint8_t> body_;
+  std::uint64_t bodySize_ = 0;
   std::uint64_t bodyNeeded_ = 0;
   std::uint64_t position_ = 0;
   std::uint64_t offset_ = 0;
@@ -70,6 +74,8 @@ class KplReader {
   std::string reason_;
   bool complete_ = false;
   bool skipping_ = false;
+  bool rasterIsTooLarge_ = false;
+  bool rasterWasTooLarge_ = false;
 };
 
 }  // namespace simulator

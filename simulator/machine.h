@@ -40,6 +40,7 @@ class VirtualPrinter::Machine {
   std::size_t Readable(ClientId id, std::uint64_t now);
   void Advance(std::uint64_t now);
   std::optional<std::uint64_t> NextEvent() const;
+  void SwitchOff(std::uint64_t now);
 
   FaultId AddFault(const Fault& fault);
   void ClearFault(FaultId fault, std::uint64_t now);

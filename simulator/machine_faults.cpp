@@ -74,7 +74,21 @@ void VirtualPrinter::Machine::Cancel() {
   }
 }
 
+void VirtualPrinter::Machine::SwitchOff(std::uint64_t now) {
+  Advance(now);
+  ResolveOrphan(std::nullopt);
+  for (std::size_t place = queue_.size(); place-- > 0;) {
+    if (!IsAcknowledged(queue_[place])) RemoveFromQueue(place, DropReason::kPowerOff);
+  }
+  while (!queue_.empty() && !faults_.Stops()) {
+    if (!queue_.front().printing) StartFront();
+    FinishFront();
+  }
+  PowerOff();
+}
+
 void VirtualPrinter::Machine::PowerOff() {
+  ++counts.powerCuts;
   for (const LabelInWork& work : queue_) NoteDropped(work, DropReason::kPowerOff, IsAcknowledged(work));
   queue_.clear();
   if (orphan_) NoteDropped(*orphan_, DropReason::kPowerOff, true);

@@ -23,6 +23,7 @@ void VirtualPrinter::Machine::Interpret(Client& client, std::span<const std::uin
         return;
       case KplReader::Step::kMalformed:
         NoteMalformed(client, client.reader.MalformedOffset(), client.reader.Reason());
+        if (client.open && client.reader.RasterWasTooLarge()) client.open->malformed = true;
         break;
       case KplReader::Step::kCommand:
         Command(client);

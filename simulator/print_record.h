@@ -107,6 +107,7 @@ struct PrinterCounts {
   std::uint64_t jobsStarted = 0;
   std::uint64_t jobsEnded = 0;
   std::uint64_t malformed = 0;  // all of them, also beyond those that are kept
+  std::uint64_t powerCuts = 0;
   std::uint64_t bytesReceived = 0;
   std::uint64_t bytesSent = 0;
   std::uint64_t exchanges = 0;      // requests that have an answer

@@ -43,6 +43,10 @@ std::optional<std::uint64_t> VirtualPrinter::NextEvent() const {
   return machine_->NextEvent();
 }
 
+void VirtualPrinter::SwitchOff(std::uint64_t now) {
+  machine_->SwitchOff(now);
+}
+
 FaultId VirtualPrinter::AddFault(const Fault& fault) {
   return machine_->AddFault(fault);
 }

@@ -1,34 +1,25 @@
-// The virtual printer: one of nine label printers as a pure machine. Bytes in, bytes out, time as an
-// argument.
+// The virtual printer: one of nine label printers as a pure machine. Bytes in, bytes out, time as an argument.
 //
-// There is no thread, file, socket or clock in here. Every call takes `now`, milliseconds on a clock that the
-// caller keeps; a `now` that lies in the past counts as the last one. Nothing blocks. One printer may have
-// many clients; calls must not overlap, so a host with threads locks around them. Malformed input is
-// recorded, never an error of a call.
+// There is no thread, file, socket or clock in here. Every call takes `now`, milliseconds on a clock that the caller
+// keeps; a `now` that lies in the past counts as the last one. Nothing blocks. One printer may have many clients; calls
+// must not overlap, so a host with threads locks around them. Malformed input is recorded, never an error of a call.
 //
 // How it treats a label, since hosts depend on it:
-// - An answer decides. A label that stands before a status answer which passes (Status 0, 1 or 4) is the
-// printer's
-//   business from then on: it is held through any error and printed when the error is gone. A label that
-//   isn't finished when an answer doesn't pass is dropped, with everything behind that answer until the next
-//   ESC A 0, ESC A 1, ESC s or ESC Q, because the host sends all of it again. So a label comes out once
-//   unless an answer is lost.
-// - ESC A 2 waits until what stands before it is printed, or until an error makes that impossible; ESC A 0,
-// ESC A 1 and
+// - An answer decides. A label that stands before a status answer which passes (Status 0, 1 or 4) is the printer's
+//   business from then on: it is held through any error and printed when the error is gone. A label that isn't finished
+//   when an answer doesn't pass is dropped, with everything behind that answer until the next ESC A 0, ESC A 1, ESC s or
+//   ESC Q, because the host sends all of it again. So a label comes out once unless an answer is lost.
+// - ESC A 2 waits until what stands before it is printed, or until an error makes that impossible; ESC A 0, ESC A 1 and
 //   ESC V are answered when they are reached. Answers leave in the order of the requests.
-// - A desktop label ends at ESC G, ESC p, the next ESC n, ESC E, ESC Q, or at a status request behind a whole
-// raster.
-//   On tape a status request stands between the chunks of a label, so it ends none: ESC A 2 is answered when
-//   the labels before are printed, and speaks for what has been received.
-// - An open label that its host begins anew (ESC n with the same index after an ESC A 0 or 1, or a new ESC s
-// and the
-//   first index of the job) is dropped in favour of the new one.
-// - While a fault stands that spoils the status, nothing is printed: the label in work starts over when it is
-// gone.
-// - The first ESC A 1, ESC s or label of a client takes the lock when it is free; ESC Q and a client's going
-// give it
-//   back. Without the lock a client's labels are refused: its next answer is 5. It is 4 while nothing was
-//   refused.
+// - A desktop label ends at ESC G, ESC p, the next ESC n, ESC E, ESC Q, or at a status request behind a whole raster.
+//   On tape a status request stands between the chunks of a label, so it ends none: ESC A 2 is answered when the labels
+//   before are printed, and speaks for what has been received.
+// - An open label that its host begins anew (ESC n with the same index after an ESC A 0 or 1, or a new ESC s and the
+//   first index of the job) is dropped in favour of the new one. On tape that holds for an acknowledged label whose
+//   client has gone, too: it waits for what the next client does.
+// - While a fault stands that spoils the status, nothing is printed: the label in work starts over when it is gone.
+// - The first ESC A 1, ESC s or label of a client takes the lock when it is free; ESC Q and a client's going give it
+//   back. Without the lock a client's labels are refused: its next answer is 5. It is 4 while nothing was refused.
 #pragma once
 
 #include <cstddef>
@@ -79,12 +70,11 @@ class VirtualPrinter {
   ClientId Connect(std::uint64_t now);
   void Disconnect(ClientId client, std::uint64_t now);
 
-  // Asked once by a transport for each call on its port, before the bytes move. Counts the call, lets faults
-  // begin, and says what the transport is to play. While the power is off every call fails with limit 0.
+  // Asked once by a transport for each call on its port, before the bytes move. Counts the call, lets faults begin, and
+  // says what the transport is to play. While the power is off every call fails with limit 0.
   TransferPlan BeginTransfer(ClientId client, TransferDirection direction, std::uint64_t now);
 
-  // Takes as many bytes as there is room for. 0 with bytes offered is back-pressure (or power off): wait for
-  // NextEvent.
+  // Takes as many bytes as there is room for. 0 with bytes offered is back-pressure (or power off): wait for NextEvent.
   std::size_t Write(ClientId client, std::span<const std::uint8_t> bytes, std::uint64_t now);
 
   // Bytes of answers that are due.
@@ -94,13 +84,16 @@ class VirtualPrinter {
   // --- time
   void Advance(std::uint64_t now);
 
-  // The earliest time after the last `now` at which something changes without a call: a label is finished, an
-  // answer falls due, a fault begins or ends. Nothing: only a call can change anything.
+  // The earliest time, from the last `now` on, at which something changes without a call: a label is finished, an answer
+  // falls due, a fault begins or ends. Nothing: only a call can change anything.
   std::optional<std::uint64_t> NextEvent() const;
 
+  // Somebody switches the printer off in order. It first prints, at once, what it has answered for, as far as
+  // no fault keeps it from that; the rest is dropped as in a power cut. Clients stay and begin anew.
+  void SwitchOff(std::uint64_t now);
+
   // --- faults
-  // Throws std::invalid_argument with CheckFault's words. One that is due at once begins at the next call
-  // with a time.
+  // Throws std::invalid_argument with CheckFault's words. One that is due at once begins at the next call with a time.
   FaultId AddFault(const Fault& fault);
   void ClearFault(FaultId fault, std::uint64_t now);
   void ClearFaults(std::uint64_t now);
