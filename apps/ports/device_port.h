@@ -49,7 +49,7 @@ class DevicePort {
   bool ConnectSocket();
   void CloseDevice();
   bool StartDocument();
-  void DropStaleInput();
+  bool DropStaleInput();
   bool Write(const BYTE* buffer, DWORD size, DWORD* written);
   bool Read(BYTE* buffer, DWORD size, DWORD* read);
   Readiness WaitFor(short events, const Limit& limit);

@@ -223,8 +223,7 @@ bool DevicePort::ConnectSocket() {
 
 void DevicePort::CloseDevice() {
   if (descriptor_ >= 0) {
-    close(descriptor_);  // also after an interruption the descriptor is gone; closing it again could hit
-                         // another's
+    close(descriptor_);  // also after an interruption it is gone; closing it again could hit another's
     descriptor_ = -1;
   }
 }
@@ -236,25 +235,26 @@ bool DevicePort::Lose(int systemError) {
               "the printer went away: " + std::generic_category().message(systemError) + "; check its cable");
 }
 
+// What was lost since the last document is opened anew.
 bool DevicePort::StartDocument() {
-  if (descriptor_ < 0 && !Open()) {
-    return false;
-  }
-  DropStaleInput();
-  return true;
+  return (descriptor_ >= 0 && DropStaleInput()) || Open();
 }
 
-// An answer that came after its reader gave up would be taken for the answer to this document's first
-// request.
-void DevicePort::DropStaleInput() {
+// An answer that came after its reader gave up would be taken for the answer to this document's first request. False if
+// the printer has gone.
+bool DevicePort::DropStaleInput() {
   BYTE stale[512];
   for (std::size_t dropped = 0; dropped < kMostStaleBytes;) {
     const ssize_t count = Uninterrupted([&] { return read(descriptor_, stale, sizeof(stale)); });
-    if (count <= 0) {
-      return;
+    if (count < 0) {
+      return errno == EAGAIN || errno == EWOULDBLOCK;
+    }
+    if (count == 0) {
+      return !isSocket_ && !HungUp();
     }
     dropped += static_cast<std::size_t>(count);
   }
+  return true;
 }
 
 DevicePort::Readiness DevicePort::WaitFor(short events, const Limit& limit) {

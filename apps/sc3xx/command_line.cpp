@@ -8,8 +8,11 @@
 
 #include "apps/kpl/input_error.h"
 #include "apps/sc3xx/document_commands.h"
+#include "apps/sc3xx/log_command.h"
 #include "apps/sc3xx/models_command.h"
 #include "apps/sc3xx/print_command.h"
+#include "apps/sc3xx/simulate_command.h"
+#include "apps/sc3xx/status_command.h"
 #include "apps/sc3xx/usage_error.h"
 #include "apps/spooler/document_runner.h"
 #include "platform/posix/settings_file.h"
@@ -18,7 +21,8 @@
 namespace sc3xx {
 namespace {
 
-constexpr std::array<std::string_view, 4> kCommands = {"print", "inspect", "encode", "models"};
+constexpr std::array<std::string_view, 7> kCommands = {"print",  "status",   "inspect", "encode",
+                                                       "models", "simulate", "log"};
 
 // All commands with the places that their options land in.
 struct Program {
@@ -27,9 +31,12 @@ struct Program {
     app.require_subcommand(1);
     app.failure_message([](const CLI::App*, const CLI::Error& error) { return std::string(error.what()); });
     AddPrintCommand(app, print);
+    AddStatusCommand(app, status);
     AddInspectCommand(app, inspect);
     AddEncodeCommand(app, encode);
     AddModelsCommand(app, models);
+    AddSimulateCommand(app, simulate);
+    AddLogCommand(app, log);
     app.footer(
         "Example:\n"
         "  sc3xx print label.png --out out\n"
@@ -38,9 +45,12 @@ struct Program {
 
   CLI::App app{"sc3xx - prints labels through the SC3xx print language monitor", "sc3xx"};
   PrintRequest print;
+  StatusRequest status;
   InspectRequest inspect;
   EncodeRequest encode;
   ModelsRequest models;
+  SimulateRequest simulate;
+  LogRequest log;
 };
 
 std::string CommandOf(const CLI::App& app) {
@@ -57,7 +67,7 @@ void RefuseUnknownCommand(const std::vector<std::string>& arguments) {
   }
   const std::string_view guess = sc3xxmon::platform::ClosestName(arguments.front(), kCommands);
   throw UsageError("there is no command \"" + arguments.front() + "\"" +
-                   (guess.empty() ? "" : "; did you mean " + std::string(guess) + "?") + " The commands are " +
+                   (guess.empty() ? "." : "; did you mean " + std::string(guess) + "?") + " The commands are " +
                    sc3xxmon::platform::JoinNames(kCommands));
 }
 
@@ -71,11 +81,20 @@ int RunCommand(Program& program, const std::string& command, Console& console, c
   if (command == "print") {
     return RunPrint(program.print, console, door);
   }
+  if (command == "status") {
+    return RunStatus(program.status, console);
+  }
   if (command == "inspect") {
     return RunInspect(program.inspect, console);
   }
   if (command == "encode") {
     return RunEncode(program.encode, console);
+  }
+  if (command == "simulate") {
+    return RunSimulate(program.simulate, console);
+  }
+  if (command == "log") {
+    return RunLog(program.log, console);
   }
   return RunModels(program.models, console);
 }

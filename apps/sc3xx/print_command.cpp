@@ -15,8 +15,11 @@ constexpr const char* kPrintFooter =
     "  sc3xx print label.png --out out\n"
     "      prints a picture on the virtual printer; what came out is out/label-001.png\n"
     "  sc3xx print job.kpl --port usb:/dev/usb/lp0 --model SC310\n"
+    "  sc3xx print job.kpl --port lan:192.168.1.20 --model SC310DS\n"
     "  sc3xx print label.png --fault bay=2@label:1,for:5s\n"
     "      the roll runs out before the first label, and somebody mends it after 5 seconds\n"
+    "  sc3xx print label.png --set DebugLevel=2 --set TraceDetail=28\n"
+    "      leaves a log, a copy of the bytes on the port, and a bitmap of each label (see `sc3xx log --help`)\n"
     "Exit codes: 0 printed, 1 failed, 2 wrong use, 3 deleted with Ctrl-C or cancelled at the printer,\n"
     "  130 left at once by a second Ctrl-C.\n";
 
@@ -32,12 +35,17 @@ void AddPrintCommand(CLI::App& program, PrintRequest& request) {
       "KPL streams and PNG or PBM pictures; - is standard input. Pictures that follow one another become the labels "
       "of one job.")
       ->required();
-  add("--port", request.port, "PORT", "virtual, or usb:PATH of a printer's device file or socket")
+  add("--port", request.port, "PORT",
+      "virtual; or usb:PATH of a printer's device file or socket; or lan:HOST, a printer on the network by name or "
+      "address (TCP port 9100); or lan:PRINTER, one of the settings file")
       ->capture_default_str();
   add("--model", request.model, "NAME_OR_ROW", "The printer: row, name or short name (see `sc3xx models`)")
       ->capture_default_str();
   add("--set", request.settings, "NAME=VALUE", "An option or debug setting of the monitor (below), for this run")
       ->allow_extra_args(false);
+  add("--log-root", request.logRoot, "DIR",
+      "Folder that the monitor's log and dumps lie below, in Logs/KOVA, while DebugLevel is 2 [LogRoot of the settings "
+      "file, else $XDG_STATE_HOME/sc3xxmon, ~/.local/state/sc3xxmon, for root /var/log/sc3xxmon]");
   add("--config", request.configFile, "FILE",
       "Settings file (TOML) [$SC3XXMON_CONFIG, else /etc/sc3xxmon/sc3xxmon.toml]");
   add("--buffer", request.bufferBytes, "BYTES", "Bytes handed to the monitor in one call")

@@ -36,6 +36,7 @@ PrintJob JobFromStream(std::string name, std::vector<std::uint8_t> bytes, bool e
 PrintJob JobFromPictures(const std::vector<InputFile>& files, const DocumentOptions& options, std::size_t jobId,
                          bool emptyLabelsPrinted) {
   std::vector<Picture> pictures;
+  pictures.reserve(files.size());
   for (const InputFile& file : files) {
     pictures.push_back(ReadPicture(file, PictureOptionsFrom(options)));
   }

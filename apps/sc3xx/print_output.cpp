@@ -1,9 +1,9 @@
 #include "apps/sc3xx/print_output.h"
 
-#include <algorithm>
 #include <system_error>
 
 #include "apps/kpl/input_error.h"
+#include "apps/sc3xx/picture_files.h"
 #include "simulator/label_picture.h"
 #include "simulator/transcript.h"
 
@@ -12,35 +12,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kPicturePrefix = "label-";
-constexpr std::string_view kPictureSuffix = ".png";
-
-std::string PictureName(std::size_t number) {
-  const std::string digits = std::to_string(number);
-  const std::size_t zeros = digits.size() < 3 ? 3 - digits.size() : 0;
-  return std::string(kPicturePrefix) + std::string(zeros, '0') + digits + std::string(kPictureSuffix);
-}
-
-bool IsPictureName(const std::string& name) {
-  if (name.size() < kPicturePrefix.size() + 3 + kPictureSuffix.size() || !name.starts_with(kPicturePrefix) ||
-      !name.ends_with(kPictureSuffix)) {
-    return false;
-  }
-  const auto digits =
-      std::string_view(name).substr(kPicturePrefix.size(), name.size() - kPicturePrefix.size() - kPictureSuffix.size());
-  return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-[[noreturn]] void FailOn(const fs::path& path, const std::error_code& error) {
-  throw InputError("--out " + path.string() + ": " + (error ? error.message() : "can't be written") +
-                   "; name a folder that may be written");
-}
-
 void RemoveFormerPictures(const fs::path& folder) {
   std::error_code error;
   std::vector<fs::path> former;
   for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-    if (IsPictureName(entry.path().filename().string())) {
+    if (PictureNumber(entry.path().filename().string())) {
       former.push_back(entry.path());
     }
   }
@@ -50,21 +26,17 @@ void RemoveFormerPictures(const fs::path& folder) {
     }
   }
   if (error) {
-    FailOn(folder, error);
+    FailOnOutput(folder, error);
   }
 }
 
 }  // namespace
 
 PrintOutput::PrintOutput(const std::string& folder) : folder_(folder), transcriptPath_(folder_ / "transcript.jsonl") {
-  std::error_code error;
-  fs::create_directories(folder_, error);
-  if (error || !fs::is_directory(folder_, error)) {
-    FailOn(folder_, error ? error : std::make_error_code(std::errc::not_a_directory));
-  }
+  MakeOutputFolder(folder_);
   transcript_.open(transcriptPath_, std::ios::binary | std::ios::trunc);
   if (!transcript_) {
-    FailOn(transcriptPath_, {});
+    FailOnOutput(transcriptPath_, {});
   }
   RemoveFormerPictures(folder_);
 }
@@ -88,7 +60,7 @@ void PrintOutput::Add(const std::vector<simulator::PrintedLabel>& labels) {
 void PrintOutput::Add(const std::vector<simulator::Exchange>& exchanges) {
   transcript_ << simulator::ToJsonLines(exchanges) << std::flush;
   if (!transcript_) {
-    FailOn(transcriptPath_, {});
+    FailOnOutput(transcriptPath_, {});
   }
 }
 

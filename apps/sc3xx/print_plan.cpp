@@ -1,62 +1,19 @@
 #include "apps/sc3xx/print_plan.h"
 
-#include <charconv>
-#include <optional>
 #include <string_view>
-#include <system_error>
-#include <variant>
 
+#include "apps/sc3xx/log_output.h"
 #include "apps/sc3xx/process.h"
 #include "apps/sc3xx/setting_override.h"
 #include "apps/sc3xx/usage_error.h"
+#include "apps/sc3xx/virtual_printer_options.h"
 #include "platform/posix/settings_names.h"
 #include "platform/text.h"
-#include "simulator/fault_script.h"
 
 namespace sc3xx {
 namespace {
 
 namespace platform = sc3xxmon::platform;
-
-constexpr std::string_view kUsbPrefix = "usb:";
-
-const simulator::PrinterModel& ModelFrom(const std::string& text) {
-  const simulator::PrinterModel* model = simulator::FindModel(text);
-  if (model == nullptr) {
-    throw UsageError("--model: there is no model \"" + text + "\"; known are " + simulator::ModelChoices());
-  }
-  return *model;
-}
-
-// Empty for the virtual printer.
-std::string DevicePathFrom(const std::string& port) {
-  if (port == "virtual") {
-    return {};
-  }
-  if (!port.starts_with(kUsbPrefix) || port.size() == kUsbPrefix.size()) {
-    throw UsageError("--port: \"" + port +
-                     "\" is no port; write \"virtual\", or usb: and the path of a printer's "
-                     "device file or socket, such as usb:/dev/usb/lp0");
-  }
-  return port.substr(kUsbPrefix.size());
-}
-
-std::optional<double> SpeedFrom(const std::string& text, const simulator::PrinterModel& model) {
-  if (text == "instant") {
-    return std::nullopt;
-  }
-  if (text == "model") {
-    return model.millimetresPerSecond;
-  }
-  double speed = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), speed);
-  if (error != std::errc() || end != text.data() + text.size() || !(speed > 0 && speed <= 10000)) {
-    throw UsageError("--speed: \"" + text +
-                     "\" is no speed; write \"instant\", \"model\" for the model's own, or "
-                     "millimetres a second");
-  }
-  return speed;
-}
 
 simulator::PrinterSettings PrinterFrom(const PrintRequest& request, const simulator::PrinterModel& model) {
   simulator::PrinterSettings printer;
@@ -65,11 +22,7 @@ simulator::PrinterSettings PrinterFrom(const PrintRequest& request, const simula
   printer.keepCommandBytes = false;
   printer.transcript = !request.outFolder.empty();
   for (const std::string& text : request.faults) {
-    const auto parsed = simulator::ParseFault(text);
-    if (const auto* error = std::get_if<simulator::FaultScriptError>(&parsed)) {
-      throw UsageError("--fault: " + error->message);
-    }
-    printer.faults.push_back(std::get<simulator::Fault>(parsed));
+    printer.faults.push_back(FaultFrom(text));
   }
   const std::string trouble = simulator::CheckSettings(printer);
   if (!trouble.empty()) {
@@ -78,16 +31,22 @@ simulator::PrinterSettings PrinterFrom(const PrintRequest& request, const simula
   return printer;
 }
 
-void RefuseForDevices(const PrintRequest& request) {
+// A printer that is not part of this program has its faults, its pace and its pictures to itself.
+void RefuseForOtherPrinters(const PrintRequest& request, PortKind kind) {
   const char* option = !request.faults.empty()      ? "--fault"
                        : !request.outFolder.empty() ? "--out"
                        : request.speed != "instant" ? "--speed"
                                                     : nullptr;
-  if (option != nullptr) {
-    throw UsageError(std::string(option) +
-                     " works with the virtual printer only; leave it out, or print with "
-                     "--port virtual");
+  if (option == nullptr) {
+    return;
   }
+  std::string words =
+      std::string(option) + " works with the virtual printer only; leave it out, or print with --port virtual";
+  if (kind == PortKind::kLan) {
+    words += std::string(". A virtual printer on the network is another program's: give ") + option +
+             " to its `sc3xx simulate`";
+  }
+  throw UsageError(words);
 }
 
 void ReadSettings(const PrintRequest& request, PrintPlan& plan) {
@@ -99,6 +58,30 @@ void ReadSettings(const PrintRequest& request, PrintPlan& plan) {
   }
   ApplyOverrides(overrides, plan.settings);
   plan.remarks = RemarksOn(overrides, plan.settings);
+}
+
+// A log that was asked for here and now and can't be had stops the run; one that some settings file wants doesn't.
+void PrepareLog(const PrintRequest& request, PrintPlan& plan) {
+  std::error_code ignored;
+  if (!request.logRoot.empty()) {
+    plan.settings.SetText(L"", L"LogRoot",
+                          platform::FromUtf8(std::filesystem::absolute(request.logRoot, ignored).string()));
+  }
+  if (!WritesLogFiles(plan.settings)) {
+    if (!request.logRoot.empty()) {
+      plan.remarks.push_back("--log-root has no effect while no log is written; add --set DebugLevel=2");
+    }
+    return;
+  }
+  const std::filesystem::path root = LogRootOf(plan.settings);
+  const std::string trouble = PrepareLogRoot(root);
+  if (trouble.empty()) {
+    plan.logRoot = root.string();
+  } else if (!request.logRoot.empty()) {
+    throw UsageError("--log-root: " + trouble);
+  } else {
+    plan.remarks.push_back("no log is written: " + trouble);
+  }
 }
 
 // Documents for printers of one name exclude each other on the whole machine. That is right for a device; each virtual
@@ -113,19 +96,35 @@ std::string PrinterNameFrom(const PrintRequest& request) {
                                    : request.port;
 }
 
+// Gives the spooler's name for it.
+std::string FindPrinterOnNetwork(const PrintRequest& request, PrintPlan& plan) {
+  LanTarget target = FindLanTarget(plan.port.target, plan.settings);
+  if (!request.printerName.empty()) {
+    target.printerName = request.printerName;
+  }
+  EnterLanTarget(target, plan.settings);
+  plan.lanHost = target.hostName;
+  return target.printerName;
+}
+
 }  // namespace
 
 PrintPlan PlanPrint(const PrintRequest& request) {
   PrintPlan plan;
   plan.model = &ModelFrom(request.model);
-  plan.devicePath = DevicePathFrom(request.port);
-  if (plan.devicePath.empty()) {
+  plan.port = ParsePortChoice(request.port);
+  if (plan.port.kind == PortKind::kVirtual) {
     plan.virtualPrinter = PrinterFrom(request, *plan.model);
   } else {
-    RefuseForDevices(request);
+    RefuseForOtherPrinters(request, plan.port.kind);
   }
   ReadSettings(request, plan);
-  plan.printerName = platform::FromUtf8(PrinterNameFrom(request));
+  PrepareLog(request, plan);
+  std::string printerName = PrinterNameFrom(request);
+  if (plan.port.kind == PortKind::kLan) {
+    printerName = FindPrinterOnNetwork(request, plan);
+  }
+  plan.printerName = platform::FromUtf8(printerName);
   plan.jobs = LoadPrintJobs(request.files, request.document,
                             plan.settings.Number(platform::kOptionsKey, L"PrintEmptyLabel", 0) != 0);
   return plan;

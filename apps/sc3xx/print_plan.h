@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/sc3xx/document_options.h"
+#include "apps/sc3xx/port_choice.h"
 #include "apps/sc3xx/print_jobs.h"
 #include "platform/posix/settings_file.h"
 #include "simulator/models.h"
@@ -19,6 +20,7 @@ struct PrintRequest {
   std::string port = "virtual";
   std::string model = "5";
   std::vector<std::string> settings;  // NAME=VALUE
+  std::string logRoot;                // empty: LogRoot of the settings, else the user's own
   std::string configFile;             // empty: SC3XXMON_CONFIG, else the one in /etc
   std::uint32_t bufferBytes = 65536;
   std::uint32_t patienceSeconds = 600;
@@ -32,10 +34,12 @@ struct PrintRequest {
 
 struct PrintPlan {
   const simulator::PrinterModel* model = nullptr;  // never null; a row of the constant table
-  std::string devicePath;                          // empty: the virtual printer
-  simulator::PrinterSettings virtualPrinter;       // used if devicePath is empty
-  sc3xxmon::platform::SettingsFile settings;       // the file's, with --set over them
-  std::vector<std::string> remarks;                // for the person at the terminal
+  PortChoice port;
+  std::string lanHost;                        // of a port on the network
+  simulator::PrinterSettings virtualPrinter;  // of the virtual port
+  sc3xxmon::platform::SettingsFile settings;  // the file's, with --set and the network printer's entries over them
+  std::string logRoot;                        // empty: no log is written
+  std::vector<std::string> remarks;           // for the person at the terminal
   std::wstring printerName;
   std::vector<PrintJob> jobs;
 };

@@ -48,6 +48,22 @@ std::string Headline(const PrintReport& report) {
   return "FAILED, with " + confirmed;
 }
 
+void WriteNames(const char* what, const std::vector<std::string>& names, std::ostream& stream) {
+  if (names.size() == 1) {
+    stream << what << names.front() << '\n';
+  } else if (!names.empty()) {
+    stream << what << names.size() << " files, " << names.front() << " to " << names.back() << '\n';
+  }
+}
+
+void WriteLogFiles(const LogFiles& files, std::ostream& stream) {
+  if (!files.log.empty()) {
+    stream << "  log:        " << files.log << '\n';
+  }
+  WriteNames("  job dump:   ", files.jobDumps, stream);
+  WriteNames("  label dump: ", files.labelDumps, stream);
+}
+
 }  // namespace
 
 JobOutcome OutcomeOf(const PrintReport& report) {
@@ -101,6 +117,7 @@ void WriteSummary(const PrintReport& report, std::ostream& stream) {
   if (!report.transcript.empty()) {
     stream << "  transcript: " << report.transcript << '\n';
   }
+  WriteLogFiles(report.logFiles, stream);
 }
 
 void WriteJson(const PrintReport& report, std::ostream& stream) {
@@ -127,7 +144,10 @@ void WriteJson(const PrintReport& report, std::ostream& stream) {
                                    {"jobs", jobs},
                                    {"jobsNotStarted", report.jobsNotStarted},
                                    {"pictures", report.pictures},
-                                   {"transcript", report.transcript}};
+                                   {"transcript", report.transcript},
+                                   {"log", report.logFiles.log},
+                                   {"jobDumps", report.logFiles.jobDumps},
+                                   {"labelDumps", report.logFiles.labelDumps}};
   // A file's name need not be UTF-8.
   stream << object.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "apps/sc3xx/log_output.h"
 #include "apps/spooler/document_runner.h"
 
 namespace sc3xx {
@@ -28,6 +29,7 @@ struct PrintReport {
   std::size_t labelsSentAgain = 0;  // that the printer had dropped; the virtual printer knows
   std::size_t labelsRepeated = 0;   // that came out more than once, because their acknowledgement was lost
   std::vector<std::string> pictures;
+  LogFiles logFiles;       // that the monitor wrote at its debug level
   std::string transcript;  // empty: none written
 };
 

@@ -100,21 +100,55 @@ PrintRun::PrintRun(const PrintRequest& request, const PrintPlan& plan, Console& 
                 console.columns, [this] { return host_.TickCount(); }),
       host_(plan.settings, SteadyHostClock(), Hooks()),
       deletion_(progress_) {
-  if (plan_.devicePath.empty()) {
-    virtualPort_.emplace(plan_.virtualPrinter, host_);
-  } else {
-    devicePort_.emplace(plan_.devicePath);
-  }
+  MakePort();
   if (!request_.outFolder.empty()) {
     output_.emplace(request_.outFolder);
   }
 }
 
+void PrintRun::MakePort() {
+  switch (plan_.port.kind) {
+    case PortKind::kVirtual:
+      virtualPort_.emplace(plan_.virtualPrinter, host_);
+      return;
+    case PortKind::kDevice:
+      devicePort_.emplace(plan_.port.target);
+      return;
+    case PortKind::kLan:
+      lanPort_.emplace(plan_.lanHost, L"lan:" + platform::FromUtf8(plan_.port.target));
+      return;
+  }
+}
+
+PortBelow PrintRun::Below() {
+  return virtualPort_ ? virtualPort_->Below() : devicePort_ ? devicePort_->Below() : lanPort_->Below();
+}
+
+// What the port itself knows of its last failure: more than the code that comes through the monitor.
+std::string PrintRun::PortTrouble() const {
+  return devicePort_ ? devicePort_->LastTrouble() : lanPort_ ? lanPort_->Misuse() : std::string();
+}
+
 HostHooks PrintRun::Hooks() {
   HostHooks hooks;
-  hooks.beforeSleep = [this](std::uint32_t) { progress_.Tick(); };
+  hooks.beforeSleep = [this](std::uint32_t) { BeforeSleep(); };
+  hooks.errorNoted = [this](DWORD code) {
+    if (lanPort_) {
+      lanPort_->NoteErrorCode(code);
+    }
+  };
   hooks.debugOutput = [this](std::string_view text) { progress_.DebugText(text); };
   return hooks;
+}
+
+void PrintRun::BeforeSleep() {
+  const std::string trouble = lanPort_ ? lanPort_->Trouble() : std::string();
+  if (!trouble.empty()) {
+    progress_.ContactLost(trouble);
+  } else if (lanPort_) {
+    progress_.ContactMayBeBack();
+  }
+  progress_.Tick();
 }
 
 int PrintRun::Run() {
@@ -127,6 +161,9 @@ int PrintRun::Run() {
     PrintAll();
   }
   report_.elapsedMs = host_.TickCount() - startedMs;
+  if (!plan_.logRoot.empty()) {
+    report_.logFiles = FindLogFiles(plan_.logRoot);
+  }
   const JobOutcome outcome = OutcomeOf(report_);
   if (virtualPort_ && outcome == JobOutcome::kPrinted) {
     report_.labelsSentAgain += virtualPort_->LabelsToBeSentAgain();
@@ -155,21 +192,23 @@ void PrintRun::PrintAll() {
 }
 
 std::unique_ptr<MonitorPort> PrintRun::OpenPort(MONITOR2& monitor) {
-  const PortBelow below = virtualPort_ ? virtualPort_->Below() : devicePort_->Below();
+  const PortBelow below = Below();
   report_.port = platform::ToUtf8(below.name);
   report_.model = plan_.model->name;
   report_.caveat = CaveatOf(plan_.settings);
   try {
     return std::make_unique<MonitorPort>(monitor, below, plan_.printerName);
   } catch (const PortError& error) {
-    // The device's own words say more than the code that came through the monitor.
-    const bool deviceKnowsWhy = devicePort_ && !devicePort_->LastTrouble().empty();
-    throw PortError(deviceKnowsWhy ? devicePort_->LastTrouble() : error.what());
+    const std::string trouble = PortTrouble();
+    throw PortError(trouble.empty() ? error.what() : trouble);
   }
 }
 
 JobReport PrintRun::PrintOne(MonitorPort& port, const PrintJob& job, DWORD jobId) {
   TellBeginning(job, jobId);
+  if (lanPort_) {
+    progress_.Connecting(lanPort_->HostName());
+  }
   JobRecord record(TicketOf(job, jobId), ObserverOfJob());
   RunnerOptions options;
   options.bufferBytes = request_.bufferBytes;
@@ -221,6 +260,7 @@ JobObserver PrintRun::ObserverOfJob() {
 
 RunnerEvents PrintRun::EventsOfRunner() {
   RunnerEvents events;
+  events.started = [this] { progress_.Connected(); };
   events.restarted = [this](std::uint32_t restarts) { progress_.Restarted(restarts); };
   events.refused = [this](DWORD code) { progress_.Refused(code); };
   events.startRefused = [this](DWORD code) { progress_.StartRefused(code); };
@@ -248,7 +288,7 @@ void PrintRun::Collect() {
 }
 
 void PrintRun::TellReasons() {
-  const std::string device = devicePort_ ? devicePort_->LastTrouble() : std::string();
+  const std::string device = PortTrouble();
   for (const JobReport& job : report_.jobs) {
     if (job.result.reason.empty()) {
       continue;

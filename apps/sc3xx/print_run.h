@@ -11,6 +11,7 @@
 #include <string>
 
 #include "apps/ports/device_port.h"
+#include "apps/ports/lan_port.h"
 #include "apps/ports/virtual_port.h"
 #include "apps/sc3xx/console.h"
 #include "apps/sc3xx/monitor_door.h"
@@ -51,6 +52,10 @@ class PrintRun {
  private:
   HostHooks Hooks();
   void PrintAll();
+  void MakePort();
+  PortBelow Below();
+  std::string PortTrouble() const;
+  void BeforeSleep();
   std::unique_ptr<MonitorPort> OpenPort(MONITOR2& monitor);
   JobReport PrintOne(MonitorPort& port, const PrintJob& job, DWORD jobId);
   JobTicket TicketOf(const PrintJob& job, DWORD jobId) const;
@@ -67,8 +72,9 @@ class PrintRun {
   Progress progress_;
   SpoolerHost host_;
   Deletion deletion_;
-  std::optional<VirtualPort> virtualPort_;  // one of the two ports
+  std::optional<VirtualPort> virtualPort_;  // one of the three ports
   std::optional<DevicePort> devicePort_;
+  std::optional<LanPort> lanPort_;
   std::optional<PrintOutput> output_;
   PrintReport report_;
 };

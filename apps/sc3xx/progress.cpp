@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "apps/sc3xx/terminal_text.h"
 #include "apps/spooler/last_error.h"
 #include "platform/text.h"
 
@@ -13,19 +14,6 @@ constexpr std::uint64_t kWorthMentioningMs = 2000;
 
 std::string Seconds(std::uint64_t milliseconds) {
   return std::to_string(milliseconds / 1000) + " s";
-}
-
-// At most `columns` characters of UTF-8 text; each counts as one column, which is near enough for a status
-// line.
-std::string_view CutToColumns(std::string_view text, unsigned columns) {
-  unsigned characters = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool startsCharacter = (static_cast<unsigned char>(text[i]) & 0xC0) != 0x80;
-    if (startsCharacter && ++characters > columns) {
-      return text.substr(0, i);
-    }
-  }
-  return text;
 }
 
 }  // namespace
@@ -56,7 +44,7 @@ std::string Progress::LiveText() const {
   if (acknowledged_ >= labels_) {
     text = "  end of job";
   }
-  const std::string& said = message_.empty() ? trouble_ : message_;
+  const std::string& said = !message_.empty() ? message_ : !trouble_.empty() ? trouble_ : connecting_;
   text += deleting_ ? ": deleting the job" : said.empty() ? " ..." : ": " + said;
   const std::uint64_t now = ticks_();
   const std::uint64_t since = message_.empty() ? sinceMs_ : messageSinceMs_;
@@ -86,6 +74,8 @@ void Progress::BeginJob(const std::string& heading, std::size_t labels) {
   sinceMs_ = ticks_();
   message_.clear();
   trouble_.clear();
+  connecting_.clear();
+  contactLost_ = false;
   WriteLine(heading);
 }
 
@@ -145,6 +135,31 @@ void Progress::StartRefused(DWORD errorCode) {
   TellOnce(trouble_, errorCode == ERROR_BUSY
                          ? "another document has the printer"
                          : "the port doesn't accept the document yet: " + DescribeErrorCode(errorCode));
+}
+
+void Progress::Connecting(const std::string& where) {
+  const std::lock_guard lock(mutex_);
+  connecting_ = "connecting to " + where;
+  Redraw();
+}
+
+void Progress::Connected() {
+  const std::lock_guard lock(mutex_);
+  connecting_.clear();
+  Redraw();
+}
+
+void Progress::ContactLost(const std::string& reason) {
+  const std::lock_guard lock(mutex_);
+  contactLost_ = true;
+  TellOnce(trouble_, "no contact: " + reason);
+}
+
+void Progress::ContactMayBeBack() {
+  const std::lock_guard lock(mutex_);
+  if (std::exchange(contactLost_, false)) {
+    trouble_.clear();
+  }
 }
 
 void Progress::DeletionAsked() {

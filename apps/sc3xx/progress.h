@@ -34,6 +34,10 @@ class Progress {
   void Restarted(std::uint32_t restarts);
   void Refused(DWORD errorCode);
   void StartRefused(DWORD errorCode);
+  void Connecting(const std::string& where);  // shown while it lasts, on a terminal
+  void Connected();
+  void ContactLost(const std::string& reason);  // the monitor waits for the printer to be back
+  void ContactMayBeBack();                      // nothing is known any more that stands in the way
   void DeletionAsked();
 
   // Time passes: redraws the live line.
@@ -68,7 +72,9 @@ class Progress {
   std::uint64_t sinceMs_ = 0;  // the last label, or the job's begin
   std::string message_;        // what the printer says
   std::uint64_t messageSinceMs_ = 0;
-  std::string trouble_;  // what the port says; told once until a label gets through
+  std::string trouble_;     // what the port says; told once until a label gets through
+  std::string connecting_;  // where to, before the document has started
+  bool contactLost_ = false;
   bool deleting_ = false;
   bool debugLineOpen_ = false;
 };

@@ -18,10 +18,31 @@ std::string Seconds(std::uint64_t milliseconds) {
   return std::to_string(milliseconds / 1000) + " s";
 }
 
+// Why a job that ran to its end isn't printed as a whole; empty if it is.
+std::string WhatIsMissing(const JobView& view, const StreamExpectation& expected) {
+  if (!expected.defect.empty()) {
+    return "the stream is broken at " + expected.defect;
+  }
+  if (!expected.acknowledgements) {
+    return "";
+  }
+  if (!view.complete) {
+    return "the monitor found no end of the job in the stream, so that the printer never confirmed the last label";
+  }
+  if (expected.labels == 0) {
+    return "nothing was printed: the job holds no label with any dots (the option PrintEmptyLabel sends empty labels)";
+  }
+  if (view.mostPagesPrinted < expected.labels) {
+    return "only " + std::to_string(view.mostPagesPrinted) + " of " + Labels(expected.labels) +
+           " were acknowledged by the printer";
+  }
+  return "";
+}
+
 }  // namespace
 
 MonitorPort::MonitorPort(MONITOR2& monitor, const PortBelow& below, const std::wstring& printerName)
-    : monitor_(monitor) {
+    : monitor_(monitor), explainStart_(below.explainStart) {
   std::wstring portName = below.name;
   std::wstring printer = printerName;
   SetLastErrorCode(ERROR_SUCCESS);
@@ -33,6 +54,11 @@ MonitorPort::MonitorPort(MONITOR2& monitor, const PortBelow& below, const std::w
 
 MonitorPort::~MonitorPort() {
   monitor_.pfnClosePort(handle_);
+}
+
+std::string MonitorPort::WordsForRefusedStart(DWORD code) const {
+  return explainStart_ ? "the printer can't be reached: " + explainStart_(code)
+                       : "the port doesn't accept the document: " + DescribeErrorCode(code);
 }
 
 // Refusals in a row, without progress between them.
@@ -63,6 +89,9 @@ void DocumentRunner::RunDocuments(ByteStream& stream, const StreamExpectation& e
         Judge(Feed::kDeleted, expected);
       }
       return;
+    }
+    if (events_.started) {
+      events_.started();
     }
     const Feed feed = FeedStream(stream);
     port_.Monitor().pfnEndDocPort(port_.Handle());
@@ -111,7 +140,7 @@ bool DocumentRunner::MayTryStartAgain(DWORD error, std::uint32_t attempts, std::
   // the plug may come back, and the restart was asked for in that hope.
   const bool mayComeBack = result_.restarts > 0 && host_.TickCount() - sinceMs < options_.patienceMs;
   if (error != ERROR_BUSY && !mayComeBack) {
-    Fail("the port doesn't accept the document: " + DescribeErrorCode(error));
+    Fail(port_.WordsForRefusedStart(error));
     return false;
   }
   if (events_.startRefused) {
@@ -212,23 +241,11 @@ void DocumentRunner::Judge(Feed feed, const StreamExpectation& expected) {
     result_.reason = view.deletedByPerson ? "the job was deleted" : "the job was cancelled at the printer";
     return;
   }
-  if (!expected.defect.empty()) {
-    Fail("the stream is broken at " + expected.defect);
-  } else if (!expected.acknowledgements) {
+  const std::string lack = WhatIsMissing(view, expected);
+  if (lack.empty()) {
     result_.outcome = JobOutcome::kPrinted;
-  } else if (!view.complete) {
-    Fail(
-        "the monitor found no end of the job in the stream, so that the printer never confirmed the last "
-        "label");
-  } else if (expected.labels == 0) {
-    Fail(
-        "nothing was printed: the job holds no label with any dots (the option PrintEmptyLabel sends empty "
-        "labels)");
-  } else if (view.mostPagesPrinted < expected.labels) {
-    Fail("only " + std::to_string(view.mostPagesPrinted) + " of " + Labels(expected.labels) +
-         " were acknowledged by the printer");
   } else {
-    result_.outcome = JobOutcome::kPrinted;
+    Fail(lack);
   }
 }
 

@@ -33,6 +33,9 @@ struct PortBelow {
   MONITOR2* table = nullptr;
   HANDLE monitorPort = nullptr;
   std::wstring name;
+  // What the last-error code of a document that couldn't start means at this port, in words for a person; absent: the
+  // code alone says it.
+  std::function<std::string(DWORD code)> explainStart = {};
 };
 
 class PortError : public std::runtime_error {
@@ -51,9 +54,11 @@ class MonitorPort {
 
   MONITOR2& Monitor() const { return monitor_; }
   HANDLE Handle() const { return handle_; }
+  std::string WordsForRefusedStart(DWORD code) const;
 
  private:
   MONITOR2& monitor_;
+  const std::function<std::string(DWORD code)> explainStart_;
   HANDLE handle_ = nullptr;
 };
 
@@ -70,6 +75,7 @@ struct RunnerOptions {
 
 // Absent functions are not called. They run on the printing thread and must not throw.
 struct RunnerEvents {
+  std::function<void()> started;  // each run of the document
   std::function<void(std::uint32_t restarts)> restarted;
   std::function<void(DWORD errorCode)> refused;       // a write; it is offered again after a pause
   std::function<void(DWORD errorCode)> startRefused;  // a document's start; it is tried again after a pause

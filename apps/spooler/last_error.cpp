@@ -31,6 +31,21 @@ constexpr CodeWords kWords[] = {
     {ERROR_TIMEOUT, "timed out"},
     {kErrorInvalidPrinterName, "no printer of that name"},
     {ERROR_INVALID_PRINT_MONITOR, "invalid print monitor"},
+    {10013, "the system forbids the connection"},
+    {kErrorInvalidArgument, "the address can't be used"},
+    {10024, "too many files and sockets are open"},
+    {10047, "this computer has no addresses of that family"},
+    {kErrorNoAddressToConnect, "no address that can be connected to"},
+    {10050, "this computer's network is down"},
+    {10051, "no way leads to that network"},
+    {10053, "the connection was given up"},
+    {10054, "the printer broke the connection off"},
+    {10055, "the system has no room for the connection"},
+    {997, "the printer doesn't answer in time"},
+    {kErrorConnectionTimedOut, "nobody answers at the address"},
+    {kErrorConnectionRefused, "connection refused"},
+    {10064, "the host is down"},
+    {10065, "no way leads to that host"},
 };
 
 }  // namespace

@@ -15,6 +15,14 @@ inline constexpr DWORD kErrorBrokenPipe = 109;
 inline constexpr DWORD kErrorDeviceNotConnected = 1167;
 inline constexpr DWORD kErrorInvalidPrinterName = 1801;
 
+// Of sockets, as the monitor's network transport leaves them.
+inline constexpr DWORD kFirstSocketCode = 10000;
+inline constexpr DWORD kLastSocketCode = 11999;
+inline constexpr DWORD kErrorInvalidArgument = 10022;
+inline constexpr DWORD kErrorNoAddressToConnect = 10049;
+inline constexpr DWORD kErrorConnectionTimedOut = 10060;
+inline constexpr DWORD kErrorConnectionRefused = 10061;
+
 DWORD LastErrorCode();
 void SetLastErrorCode(DWORD code);
 

@@ -60,7 +60,12 @@ Sc3xxHost SpoolerHost::MakeTable(SpoolerHost* self) {
   table.TickCount = [](void* context) { return HostOf(context).TickCount(); };
   table.Sleep = [](void* context, std::uint32_t milliseconds) { HostOf(context).Sleep(milliseconds); };
   table.GetLastError = [](void*) { return LastErrorCode(); };
-  table.SetLastError = [](void*, DWORD code) { SetLastErrorCode(code); };
+  table.SetLastError = [](void* context, DWORD code) {
+    SetLastErrorCode(code);
+    if (code != ERROR_SUCCESS && HostOf(context).hooks_.errorNoted) {
+      HostOf(context).hooks_.errorNoted(code);
+    }
+  };
   table.DebugOutput = [](void* context, const char* text) {
     const SpoolerHost& host = HostOf(context);
     if (host.hooks_.debugOutput) {
@@ -105,7 +110,7 @@ DWORD SpoolerHost::OpenPrinter(LPCWSTR name, HANDLE* printer) {
     return kErrorInvalidPrinterName;
   }
   openPrinters_.insert(++lastPrinter_);
-  *printer = reinterpret_cast<HANDLE>(lastPrinter_);
+  *printer = reinterpret_cast<HANDLE>(lastPrinter_);  // NOLINT(performance-no-int-to-ptr): a number
   return ERROR_SUCCESS;
 }
 

@@ -25,6 +25,8 @@ namespace sc3xx {
 struct HostHooks {
   // Called before each sleep of the monitor or of the spooler, on the thread that sleeps.
   std::function<void(std::uint32_t milliseconds)> beforeSleep;
+  // The monitor has set the last-error value to something else than success, on this thread.
+  std::function<void(DWORD code)> errorNoted;
   // Gets what the monitor sends to a debugger: pieces of text that bring their own line ends. Absent:
   // standard error.
   std::function<void(std::string_view text)> debugOutput;
