@@ -12,7 +12,7 @@
 namespace sc3xxmon::bench {
 
 inline void ColdCaches() {
-  constexpr std::size_t kOtherBytes = std::size_t{64} << 20;
+  constexpr std::size_t kOtherBytes = std::size_t{256} << 20;
   constexpr std::size_t kCacheLine = 64;
   static std::vector<std::uint8_t> others(kOtherBytes);
   for (std::size_t at = 0; at < others.size(); at += kCacheLine) {

@@ -83,6 +83,8 @@ int main(int argc, char** argv) {
   std::vector<TableRow> rows = TimeRows(times.All());
   const std::vector<TableRow> memory = MemoryRows();
   rows.insert(rows.end(), memory.begin(), memory.end());
+  const std::vector<TableRow> network = NetworkRows();
+  rows.insert(rows.end(), network.begin(), network.end());
   std::printf("%s%s", tableAlone ? "" : "\n", FormatTable(rows, form).c_str());
   return 0;
 }

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "sc3xxmon/host.h"
-
 #include "engine/engine.h"
 
 namespace sc3xxmon::bench {
@@ -47,7 +45,7 @@ BOOL WINAPI ReadPort(HANDLE handle, LPBYTE bytes, DWORD size, LPDWORD read) {
 
 }  // namespace
 
-QuietHost::QuietHost() {
+Sc3xxHost QuietHost::Table() {
   Sc3xxHost host{};
   host.size = sizeof(host);
   host.OpenPrinterW = [](void*, LPWSTR, HANDLE* printer, void*) -> BOOL {
@@ -65,6 +63,11 @@ QuietHost::QuietHost() {
   host.Sleep = [](void*, std::uint32_t) {};
   host.GetLastError = [](void*) -> DWORD { return ERROR_INSUFFICIENT_BUFFER; };
   host.SetLastError = [](void*, DWORD) {};
+  return host;
+}
+
+QuietHost::QuietHost() {
+  const Sc3xxHost host = Table();
   Sc3xxSetHost(&host);
 }
 
@@ -75,6 +78,13 @@ QuietHost::~QuietHost() {
 MONITOR2 CountingPort::Table() {
   MONITOR2 table{};
   table.cbSize = sizeof(table);
+  table.pfnOpenPort = [](HANDLE port, LPWSTR, HANDLE* handle) -> BOOL {
+    *handle = port;
+    return TRUE;
+  };
+  table.pfnStartDocPort = [](HANDLE, LPWSTR, DWORD, DWORD, LPBYTE) -> BOOL { return TRUE; };
+  table.pfnEndDocPort = [](HANDLE) -> BOOL { return TRUE; };
+  table.pfnClosePort = [](HANDLE) -> BOOL { return TRUE; };
   table.pfnWritePort = WritePort;
   table.pfnReadPort = ReadPort;
   return table;

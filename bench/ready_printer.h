@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+#include "sc3xxmon/host.h"
+
 #include "bench/streams.h"
 #include "monitor/langmon.h"
 
@@ -21,6 +23,9 @@ class QuietHost {
   ~QuietHost();
   QuietHost(const QuietHost&) = delete;
   QuietHost& operator=(const QuietHost&) = delete;
+
+  // The same for a monitor in a library of its own.
+  static Sc3xxHost Table();
 };
 
 // Counts what is written to it, and moves the bytes once, as any real port does.

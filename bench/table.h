@@ -35,5 +35,7 @@ using Times = std::map<std::string, double>;
 std::vector<TableRow> TimeRows(const Times& times);
 // The rows of memory: measured here and now, by running the jobs once.
 std::vector<TableRow> MemoryRows();
+// The rows of the network: measured here and now, in real time. Some ten seconds.
+std::vector<TableRow> NetworkRows();
 
 }  // namespace sc3xxmon::bench

@@ -29,6 +29,11 @@ constexpr Ratio kRatios[] = {
     {"dispatching 50,000 labels against 25,000", "Dispatch/50000", "Dispatch/25000", kAtMostDouble},
     {"dispatching 100,000 labels against 50,000", "Dispatch/100000", "Dispatch/50000", kAtMostDouble},
     {"CompressRaster: speed against bare LZ4", "BareLz4", "CompressRaster", {AimKind::kAtLeast, 0.9}},
+    {"60 parcel labels, log off: time against a build without log",
+     "Parcels/log-off",
+     "Parcels/no-log",
+     {AimKind::kAtMost, 1.01}},
+    {"20,000 labels of 8 bytes, log off: the same", "Tiny/log-off", "Tiny/no-log", {AimKind::kAtMost, 1.01}},
     {"whole engine, plain labels: time against writing to the port", "Engine/plain", "PortAlone", {}},
     {"whole engine, compressing: time against bare LZ4 of the rasters", "Engine/compressing", "BareLz4OfJob", {}},
 };
