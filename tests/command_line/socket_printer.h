@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -24,6 +25,7 @@ class SocketPrinter {
   // The cable is pulled, once, when so many bytes have come in over the present connection.
   void UnplugAfter(std::size_t bytes) { unplugAfter_ = bytes; }
 
+  // Waits until the last bytes of a connection that was closed are taken.
   std::vector<simulator::PrintedLabel> Printed();
   std::size_t Connections() const { return connections_; }
 
@@ -37,7 +39,9 @@ class SocketPrinter {
   int listener_ = -1;
   int wake_[2] = {-1, -1};
   std::mutex mutex_;
+  std::condition_variable disconnected_;
   simulator::VirtualPrinter printer_;  // guarded by mutex_
+  bool serving_ = false;               // guarded by mutex_
   std::atomic<std::size_t> unplugAfter_{0};
   std::atomic<std::size_t> connections_{0};
   std::thread thread_;

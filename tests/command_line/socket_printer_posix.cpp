@@ -47,7 +47,8 @@ SocketPrinter::~SocketPrinter() {
 }
 
 std::vector<simulator::PrintedLabel> SocketPrinter::Printed() {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
+  disconnected_.wait(lock, [this] { return !serving_; });
   printer_.Advance(NowMs());
   return printer_.Printed();
 }
@@ -73,6 +74,7 @@ void SocketPrinter::ServeOne(int connection) {
   {
     const std::lock_guard lock(mutex_);
     client = printer_.Connect(NowMs());
+    serving_ = true;
   }
   std::size_t received = 0;
   for (;;) {
@@ -84,6 +86,8 @@ void SocketPrinter::ServeOne(int connection) {
   }
   const std::lock_guard lock(mutex_);
   printer_.Disconnect(client, NowMs());
+  serving_ = false;
+  disconnected_.notify_all();
 }
 
 bool SocketPrinter::TakeBytes(int connection, simulator::ClientId client, std::size_t& received) {

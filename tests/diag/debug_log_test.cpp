@@ -11,6 +11,7 @@
 #include "sc3xxmon/host.h"
 
 #include "platform/thread_id.h"
+#include "support/matches_pattern.h"
 #include "support/test_host.h"
 
 namespace sc3xxmon {
@@ -18,7 +19,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 using ::testing::Pair;
 using ::testing::SizeIs;
 
@@ -66,12 +66,12 @@ TEST_F(DebugLogTest, AtLevel1ARecordIsItsTextAndThenALineEnd) {
 
 TEST_F(DebugLogTest, ARecordCarriesNoTimeStamp) {
   KovaDebugPrint("x");
-  EXPECT_THAT(channel.at(0), MatchesRegex("\\[[0-9A-F]+\\] x"));
+  EXPECT_THAT(channel.at(0), test::MatchesPattern("\\[[0-9A-F]+\\] x"));
 }
 
 TEST_F(DebugLogTest, TheThreadIsAtLeastFourHexadecimalDigitsUpperCase) {
   KovaDebugPrint("x");
-  EXPECT_THAT(channel.at(0), MatchesRegex("\\[[0-9A-F][0-9A-F][0-9A-F][0-9A-F]+\\] x"));
+  EXPECT_THAT(channel.at(0), test::MatchesPattern("\\[[0-9A-F][0-9A-F][0-9A-F][0-9A-F]+\\] x"));
 }
 
 TEST_F(DebugLogTest, EachThreadWritesItsOwnNumber) {

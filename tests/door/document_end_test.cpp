@@ -1,4 +1,6 @@
 // The end of a document: which end commands the printer still needs, what the spooler is told, and the delay.
+#include <thread>
+
 #include "support/door_test.h"
 
 namespace sc3xxmon::test {
@@ -152,14 +154,36 @@ TEST_F(DocumentEnd, RestartDelaysTheEndOnceAndBehindThePortsOwnEnd) {
 }
 
 TEST_F(DocumentEnd, DelayIsTimeInWhichThePrinterStaysTaken) {
+  HANDLE other = Open(L"USB002");
   ASSERT_NO_FATAL_FAILURE(OpenAndStart());
   Disconnect();
   Write(Document(1));
-  End();
-  HANDLE other = Open(L"USB002");
+  host.sleeps.clear();
+  // A spooler starts documents on other threads while this one waits.
+  BOOL startedMeanwhile = TRUE;
+  DWORD refusal = 0;
+  host.onSleep = [&](std::uint32_t) {
+    if (host.sleeps.size() > 1) {
+      return;  // the other document's own waiting
+    }
+    std::thread([&] { startedMeanwhile = Start(other); }).join();
+    refusal = host.lastError;
+  };
+  EXPECT_EQ(End(), TRUE);
+  EXPECT_EQ(startedMeanwhile, FALSE);
+  EXPECT_EQ(refusal, ERROR_BUSY);
   const std::uint64_t before = host.now;
   EXPECT_EQ(Start(other), TRUE);
   EXPECT_EQ(host.now, before);
+}
+
+TEST_F(DocumentEnd, PortThatRefusesTheEndChangesNothing) {
+  StartAndWrite(Document(1));
+  port.failEndDocument = true;
+  EXPECT_EQ(End(), TRUE);
+  EXPECT_THAT(story, ElementsAre("job command 7", "end document"));
+  port.failEndDocument = false;
+  EXPECT_EQ(Start(key), TRUE);
 }
 
 TEST_F(DocumentEnd, CancelAtThePrinterDelaysTheEndForHalfASecond) {

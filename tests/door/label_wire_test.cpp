@@ -7,7 +7,6 @@ namespace sc3xxmon::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr std::size_t kCompressedHead = 17;
 

@@ -18,6 +18,7 @@ TEST_F(OpenPort, OpensTheNextMonitorsPortAndSetsItsTimeouts) {
   EXPECT_EQ(port.timeouts[0].ReadTotalTimeoutConstant, 15000u);
   EXPECT_EQ(port.timeouts[0].WriteTotalTimeoutMultiplier, 1u);
   EXPECT_EQ(port.timeouts[0].WriteTotalTimeoutConstant, 15000u);
+  EXPECT_THAT(port.timeoutArguments, ElementsAre(0u));
 }
 
 TEST_F(OpenPort, TimeoutsAreTheOptions) {
@@ -129,14 +130,13 @@ TEST_F(OpenPort, NameDecidesWhereTheModuleDoesNot) {
   EXPECT_EQ(port.opens, 3u);
 }
 
-// The word has to stand in front. What becomes of a LAN port is its transport's business; the next monitor's port is
-// left alone.
+// The word has to stand in front. A LAN port opens without anybody's help: the printer is looked for when a document
+// starts.
 TEST_F(OpenPort, LanPortDoesNotUseTheNextMonitor) {
   for (const wchar_t* name : {L"MYUSB", L"IP_10.0.0.5", L"XCLIENT:3", L""}) {
     HANDLE open = Open(name);
-    if (open != nullptr) {
-      Close(open);
-    }
+    ASSERT_NE(open, nullptr);
+    EXPECT_EQ(Close(open), TRUE);
   }
   EXPECT_EQ(port.opens, 0u);
   EXPECT_EQ(port.closes, 0u);
@@ -145,6 +145,7 @@ TEST_F(OpenPort, LanPortDoesNotUseTheNextMonitor) {
 
 TEST_F(OpenPort, CloseClosesTheNextMonitorsPortWhateverItSays) {
   HANDLE open = Open();
+  port.failClose = true;
   EXPECT_EQ(Close(open), TRUE);
   EXPECT_EQ(port.closes, 1u);
   EXPECT_EQ(Close(open), FALSE);

@@ -49,9 +49,18 @@ TEST_F(JobErrorStateTest, EachBayValueHasItsWordAndText) {
   }
 }
 
-TEST_F(JobErrorStateTest, ABayBeyondTheTableStopsTheJobAndShowsNothing) {
+TEST_F(JobErrorStateTest, ABayBeyondTheTableIsLoggedAndShowsNoMessage) {
   StartJob(5);
-  for (const auto bay : std::to_array<std::uint8_t>({6, 7, 8, 11, 12, 255})) {
+  for (const auto bay : std::to_array<std::uint8_t>({11, 12, 255})) {
+    Raise(kMediaError, Bay(bay));
+    EXPECT_TRUE(host.Logged("Media status has become BAD: " + std::to_string(bay)));
+  }
+  EXPECT_THAT(story, IsEmpty());
+}
+
+TEST_F(JobErrorStateTest, ABayThatIsInOrderHasNoMessageEither) {
+  StartJob(5);
+  for (const auto bay : std::to_array<std::uint8_t>({6, 7, 8})) {
     Raise(kMediaError, Bay(bay));
     EXPECT_TRUE(host.Logged("Media status has become BAD: " + std::to_string(bay)));
   }

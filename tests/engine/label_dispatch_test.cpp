@@ -9,6 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 // Model 2 sends its labels as they are as long as its firmware isn't known.
 class LabelDispatchTest : public PrintingFixture {
@@ -79,10 +80,15 @@ TEST_F(LabelDispatchTest, EachAcknowledgementIsLoggedWithTheJobsNumbers) {
 TEST_F(LabelDispatchTest, RequestResponseAndAcknowledgementNameTheSameLabel) {
   JobOfLabels(2, 3);
   Dispatch();
-  for (const char* number : {"1", "2"}) {
-    EXPECT_TRUE(host.Logged(std::string("Sending ESCA2 for label #") + number));
-    EXPECT_TRUE(host.Logged(std::string("Receiving ESCA2 response for label #") + number));
-  }
+  std::vector<std::string> texts = host.LogTexts();
+  std::erase_if(texts, [](const std::string& text) {
+    return !text.starts_with("Sending ESCA2") && !text.starts_with("Receiving ESCA2") &&
+           !text.starts_with("Status for label");
+  });
+  EXPECT_THAT(texts,
+              ElementsAre("Sending ESCA2 for label #1", "Receiving ESCA2 response for label #1",
+                          StartsWith("Status for label #1 acknowledged"), "Sending ESCA2 for label #2",
+                          "Receiving ESCA2 response for label #2", StartsWith("Status for label #2 acknowledged")));
 }
 
 TEST_F(LabelDispatchTest, AnAcknowledgementWipesAnErrorTextAndShowsThePages) {
@@ -325,6 +331,21 @@ TEST_F(LabelDispatchTest, AWholeTapeLabelIsSentWithoutADeletionCheck) {
   DeleteJobInSpooler();
   EXPECT_EQ(Dispatch(), DispatchResult::kAllSent);
   EXPECT_EQ(job->LabelsAcked, 1u);
+}
+
+TEST_F(LabelDispatchTest, WithAHugeChunkSizeEveryTapeLabelGoesOutWholeAndIsAskedForOnce) {
+  for (const std::uint32_t lines : {0x80000000U, 0xFFFFFFFFU}) {
+    SetOption(L"PdChunkSize", lines);
+    for (const std::uint32_t model : {8U, 9U}) {
+      JobOfLabels(model, 2);
+      EXPECT_EQ(Dispatch(), DispatchResult::kAllSent);
+      EXPECT_THAT(story, ElementsAre(Writes(Label(1)), kAsksInFlight, kReadsStatus, "job status 0x10 pages 1",  //
+                                     Writes(Label(2)), kAsksInFlight, kReadsStatus, "job status 0x10 pages 2"))
+          << lines << ", model " << model;
+      EXPECT_THAT(job->Labels, IsEmpty());
+      ForgetStory();
+    }
+  }
 }
 
 TEST_F(LabelDispatchTest, WithChunkSize0TheTapeModelsTakeTheDesktopPathUncompressed) {

@@ -6,40 +6,45 @@
 #include <limits>
 #include <type_traits>
 
+#include "lan/socket.h"
 #include "support/bytes.h"
 #include "support/sanitizers.h"
+#include "support/status_records.h"
 
 namespace sc3xxmon {
 namespace {
 
-StatusRecord Record(const test::ByteString& bytes) {
-  StatusRecord record;
-  std::copy(bytes.begin(), bytes.end(), record.Bytes.begin());
-  return record;
+using test::RecordOf;
+
+template <class... Types>
+struct TypeList {};
+using Tree = TypeList<std::exception, Exception, HResultException, CommunicationException, WsaCommException,
+                      PrintingException, PrintCommException, PrintCanceledException, CommErrorException,
+                      LockFailedException, PrintStatusException, StatusErrorsException>;
+
+template <class Failure, class... Types>
+constexpr std::size_t CountBases(TypeList<Types...>) {
+  return (std::size_t{0} + ... + (std::is_base_of_v<Types, Failure> && !std::is_same_v<Types, Failure> ? 1 : 0));
 }
 
-template <class Derived, class Base>
-constexpr bool kIsDirectly = std::is_base_of_v<Base, Derived>&& std::is_convertible_v<Derived*, Base*>;
+// True if a Failure is one of each of these, publicly, and of no other class of the tree: with one base a class, that is
+// its place.
+template <class Failure, class... Bases>
+constexpr bool kIs = (std::is_convertible_v<Failure*, Bases*> && ...) && CountBases<Failure>(Tree{}) ==
+                                                                             sizeof...(Bases);
 
-TEST(FailureTreeTest, EachClassHasItsPlace) {
-  static_assert(kIsDirectly<Exception, std::exception>);
-  static_assert(kIsDirectly<HResultException, Exception>);
-  static_assert(kIsDirectly<CommunicationException, Exception>);
-  static_assert(kIsDirectly<PrintingException, Exception>);
-  static_assert(kIsDirectly<PrintCommException, PrintingException>);
-  static_assert(kIsDirectly<PrintCanceledException, PrintingException>);
-  static_assert(kIsDirectly<CommErrorException, PrintingException>);
-  static_assert(kIsDirectly<LockFailedException, PrintingException>);
-  static_assert(kIsDirectly<PrintStatusException, PrintingException>);
-  static_assert(kIsDirectly<StatusErrorsException, PrintingException>);
-}
-
-TEST(FailureTreeTest, TheFamiliesDontMix) {
-  static_assert(!std::is_base_of_v<PrintingException, CommunicationException>);
-  static_assert(!std::is_base_of_v<CommunicationException, PrintCommException>);
-  static_assert(!std::is_base_of_v<PrintCommException, CommErrorException>);
-  static_assert(!std::is_base_of_v<PrintStatusException, StatusErrorsException>);
-  static_assert(!std::is_base_of_v<HResultException, PrintingException>);
+TEST(FailureTreeTest, EachClassHasItsPlaceAndTheFamiliesDontMix) {
+  static_assert(kIs<Exception, std::exception>);
+  static_assert(kIs<HResultException, Exception, std::exception>);
+  static_assert(kIs<CommunicationException, Exception, std::exception>);
+  static_assert(kIs<WsaCommException, CommunicationException, Exception, std::exception>);
+  static_assert(kIs<PrintingException, Exception, std::exception>);
+  static_assert(kIs<PrintCommException, PrintingException, Exception, std::exception>);
+  static_assert(kIs<PrintCanceledException, PrintingException, Exception, std::exception>);
+  static_assert(kIs<CommErrorException, PrintingException, Exception, std::exception>);
+  static_assert(kIs<LockFailedException, PrintingException, Exception, std::exception>);
+  static_assert(kIs<PrintStatusException, PrintingException, Exception, std::exception>);
+  static_assert(kIs<StatusErrorsException, PrintingException, Exception, std::exception>);
 }
 
 TEST(FailureTest, WhatIsTheText) {
@@ -106,17 +111,17 @@ TEST(FailureTest, ACancelPicksItsTextByTheFlag) {
 }
 
 TEST(FailureTest, ABadStatusNamesTheRecordsStatusInEitherForm) {
-  EXPECT_STREQ(PrintStatusException(Record(test::PlainStatus({.status = 2}))).what(), "Bad status: 2");
-  EXPECT_STREQ(PrintStatusException(Record(test::EscSStatus({.status = 5}))).what(), "Bad status: 5");
+  EXPECT_STREQ(PrintStatusException(RecordOf(test::PlainStatus({.status = 2}))).what(), "Bad status: 2");
+  EXPECT_STREQ(PrintStatusException(RecordOf(test::EscSStatus({.status = 5}))).what(), "Bad status: 5");
 }
 
 TEST(FailureTest, ABadStatusKeepsItsRecord) {
-  const StatusRecord record = Record(test::PlainStatus({.status = 2, .bay = 3}));
+  const StatusRecord record = RecordOf(test::PlainStatus({.status = 2, .bay = 3}));
   EXPECT_EQ(PrintStatusException(record).Record, record);
 }
 
 TEST(FailureTest, PrintingErrorsKeepRecordAndErrorsAfterBeingCaught) {
-  const StatusRecord record = Record(test::PlainStatus({.status = 2, .bay = 3, .head = 1}));
+  const StatusRecord record = RecordOf(test::PlainStatus({.status = 2, .bay = 3, .head = 1}));
   const PrinterErrors errors{.Bay = 3, .Head = 1, .Cutter = 4, .BatteryGood = 7, .ErrorFlags = 15};
   try {
     throw StatusErrorsException(record, errors);

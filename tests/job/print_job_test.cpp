@@ -13,7 +13,6 @@ namespace sc3xxmon {
 namespace {
 
 using test::Joined;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -175,7 +174,7 @@ TEST_F(PrintJobTest, SetJobMessageSetsWordAndText) {
   EXPECT_EQ(SpoolerJob().pagesPrinted, 5U);  // the rest goes back as it was read
 }
 
-TEST_F(PrintJobTest, TheWrittenWordHasTheInterventionBitOnlyOnceMore) {
+TEST_F(PrintJobTest, TheInterventionBitIsAddedByAnOrNotByASum) {
   const CPrintJob job(7, L"Labels");
   wchar_t text[] = L"x";
   job.SetJobMessage(0x40, text);

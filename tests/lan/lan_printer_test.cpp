@@ -93,7 +93,9 @@ TEST_F(LanPrinterTest, PrinterThatLostItsHostNameForgetsTheOldOne) {
   ASSERT_TRUE(printer.StartDoc(kPrinterName));
   host.ForgetValues();
   EXPECT_FALSE(printer.StartDoc(kPrinterName));
+  EXPECT_EQ(printer.HostName(), L"");
   EXPECT_EQ(TextOf<CommunicationException>([&] { Write(Bytes("01 02")); }), "Socket is not created");
+  EXPECT_EQ(TextOf<CommunicationException>([&] { printer.OpenConnection(); }), "OpenConnection failed");
 }
 
 TEST_F(LanPrinterTest, UnresolvedHostIsAFalseResultAtTheStart) {
@@ -281,6 +283,58 @@ TEST_F(LanPrinterTest, TimeOutsSurviveAReconnect) {
   printer.CloseConnection();
   ASSERT_TRUE(printer.OpenConnection());
   EXPECT_LT(TimeOf([&] { TextOf<WsaCommException>([&] { Read(32); }); }), 5s);
+}
+
+// A printer that takes connections and never reads: writes end with their time-out alone.
+class WriteTimeout : public LanPrinterTest {
+ protected:
+  WriteTimeout() {
+    for (int connection = 0; connection < 2; ++connection) {
+      stuck.Next([end = over](Peer&) { end.Await(); });
+    }
+    HostIs({stuck.Address()});
+  }
+  void TearDown() override { over.Set(); }
+
+  // It is the short one of the two that the test has set.
+  void ExpectTheShortTimeout(CLanPrinter& impatient) {
+    const auto time = TimeOf([&] {
+      EXPECT_EQ(
+          TextOf<WsaCommException>([&] { impatient.Write(large.data(), static_cast<std::uint32_t>(large.size())); }),
+          "WSAWaitForMultipleEvents timed out!");
+    });
+    EXPECT_GE(time, 40ms);
+    EXPECT_LT(time, 5s);
+  }
+
+  static constexpr std::uint32_t kShort = 40;
+  Signal over;
+  PeerServer stuck{16 << 10};
+  const ByteString large = ByteString(24u << 20, 1);
+};
+
+TEST_F(WriteTimeout, ComesFromItsOption) {
+  PortWriteTimeout = kShort;
+  CLanPrinter impatient(8, L"IP_2");
+  PortWriteTimeout = 15000;
+  ASSERT_TRUE(impatient.StartDoc(kPrinterName));
+  ExpectTheShortTimeout(impatient);
+}
+
+TEST_F(WriteTimeout, IsLeftAloneByATimeOutOfZero) {
+  EXPECT_TRUE(printer.SetTimeouts(kLong, kShort));
+  EXPECT_FALSE(printer.SetTimeouts(0, kLong));
+  EXPECT_FALSE(printer.SetTimeouts(kLong, 0));
+  ASSERT_TRUE(printer.StartDoc(kPrinterName));
+  ExpectTheShortTimeout(printer);
+}
+
+TEST_F(WriteTimeout, SurvivesAReconnect) {
+  printer.SetTimeouts(kLong, kShort);
+  ASSERT_TRUE(printer.StartDoc(kPrinterName));
+  printer.CloseConnection();
+  ASSERT_TRUE(printer.OpenConnection());
+  ExpectTheShortTimeout(printer);
 }
 
 // --- what a connection moves

@@ -11,11 +11,13 @@
 
 #include <atomic>
 #include <optional>
+#include <string>
 
 #include "lan/socket.h"
 #include "lan/support/lan_fixture.h"
 #include "lan/support/open_descriptors.h"
 #include "lan/support/peer_server.h"
+#include "lan/support/thread_state.h"
 #include "platform/posix/socket_error.h"
 #include "support/child_process.h"
 #include "support/sanitizers.h"
@@ -24,17 +26,20 @@ namespace sc3xxmon::test {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::Contains;
 
 platform::SocketAddress PrinterAt(const std::wstring& address) {
   return platform::MakeSocketAddress(address.c_str(), platform::AddressFamily::kIPv4, kPrinterTcpPort);
 }
 
-std::string FailureOf(const std::function<void()>& call) {
+// The text of the failure that a call ends with, and its code; empty if it doesn't fail.
+std::string FailureOf(const std::function<void()>& call, std::uint32_t* code = nullptr) {
   try {
     call();
     return {};
-  } catch (const std::exception& failure) {
+  } catch (const Exception& failure) {
+    if (code != nullptr) {
+      *code = failure.ErrorCode;
+    }
     return failure.what();
   }
 }
@@ -45,6 +50,23 @@ int NextDescriptor() {
   close(descriptor);
   return descriptor;
 }
+
+// As long as this lives, no descriptor from this number on can be had; with 0 the system doesn't even wait for any.
+class DescriptorLimit {
+ public:
+  explicit DescriptorLimit(rlim_t limit) {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    rlimit lower = before_;
+    lower.rlim_cur = limit;
+    setrlimit(RLIMIT_NOFILE, &lower);
+  }
+  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &before_); }
+  DescriptorLimit(const DescriptorLimit&) = delete;
+  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
 
 class SocketPosix : public ::testing::Test {
  protected:
@@ -87,24 +109,52 @@ TEST_F(SocketPosix, NoDescriptorsLeftIsAFailureOfTheSocket) {
   if constexpr (test::kRefusedAllocationsAreFatal) {
     GTEST_SKIP() << "a sanitizer needs a descriptor itself to look at a failure that is thrown";
   }
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  rlimit none = before;
-  none.rlim_cur = static_cast<rlim_t>(NextDescriptor());
-  setrlimit(RLIMIT_NOFILE, &none);
-  const std::string text = FailureOf([] { CSocket socket(platform::AddressFamily::kIPv4); });
-  setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(text, "WSASocket failed");
-  EXPECT_THAT(LogLines(host), Contains("CSocket::CSocket: WSASocket failed: err=10024"));
+  const LoopbackListener nobody;
+  std::string socketText;
+  std::string connectionText;
+  {
+    const DescriptorLimit limit(static_cast<rlim_t>(NextDescriptor()));
+    socketText = FailureOf([] { CSocket socket(platform::AddressFamily::kIPv4); });
+    connectionText = FailureOf([&] { KovaTcpIp connection(nobody.Address().c_str(), true); });
+  }
+  EXPECT_EQ(socketText, "WSASocket failed");
+  EXPECT_EQ(connectionText, "WSASocket failed");
+  EXPECT_EQ(host.LogCount("WSASocket failed: err=10024"), 2u);
+}
+
+// --- a wait that the system refuses
+
+TEST_F(SocketPosix, AWaitThatTheSystemRefusesIsItsOwnFailure) {
+  if constexpr (test::kRefusedAllocationsAreFatal) {
+    GTEST_SKIP() << "a sanitizer needs a descriptor itself to look at a failure that is thrown";
+  }
+  LoopbackListener silent;  // no thread behind it, which would wait too
+  silent.Listen(16 << 10);
+  CSocket socket(platform::AddressFamily::kIPv4);
+  socket.Connect(PrinterAt(silent.Address()));
+  const ByteString large(24u << 20, 1);
+  ByteString answer(32);
+  std::string readText;
+  std::string writeText;
+  std::uint32_t readCode = 0;
+  std::uint32_t writeCode = 0;
+  {
+    const DescriptorLimit limit(0);
+    readText = FailureOf([&] { socket.Read(answer.data(), 32, 10000); }, &readCode);
+    writeText = FailureOf([&] { socket.Write(large.data(), 24u << 20, 10000); }, &writeCode);
+  }
+  EXPECT_EQ(readText, "WSAWaitForMultipleEvents failed");
+  EXPECT_EQ(readCode, 10022u);
+  EXPECT_EQ(writeText, "WSAWaitForMultipleEvents failed!");
+  EXPECT_EQ(writeCode, 10022u);
 }
 
 // --- signals
 
 std::atomic<int> signalsSeen{0};
-constexpr auto kBetweenSignals = 1ms;
 
-// Sends a signal to the test's thread again and again for as long as it lives, at a pace that leaves the thread time for
-// its work. The handler doesn't ask the system to restart interrupted calls.
+// Sends a signal to the test's thread whenever that waits inside the system, for as long as this object lives. The handler
+// doesn't ask the system to restart interrupted calls.
 class Interruptions {
  public:
   Interruptions() : target_(pthread_self()) {
@@ -114,12 +164,15 @@ class Interruptions {
     sigaction(SIGUSR1, &action, &before_);
     sender_ = std::thread([this] {
       while (!stop_) {
+        if (!state_.Waits()) {
+          std::this_thread::yield();
+          continue;
+        }
         const int seen = signalsSeen;
         pthread_kill(target_, SIGUSR1);
         while (!stop_ && signalsSeen == seen) {
           std::this_thread::yield();
         }
-        std::this_thread::sleep_for(kBetweenSignals);
       }
     });
   }
@@ -132,6 +185,7 @@ class Interruptions {
   Interruptions& operator=(const Interruptions&) = delete;
 
  private:
+  const ThreadState state_;
   pthread_t target_;
   struct sigaction before_ {};
   std::atomic<bool> stop_{false};
@@ -208,10 +262,19 @@ TEST_F(SocketPosix, ConnectsOverIPv6) {
 
 TEST_F(SocketPosix, IPv6AddressOfZeroIsNotThisMachine) {
   const auto nowhere = platform::MakeSocketAddress(L"::", platform::AddressFamily::kIPv6, kPrinterTcpPort);
-  EXPECT_FALSE(FailureOf([&] {
-                 CSocket socket(platform::AddressFamily::kIPv6);
-                 socket.Connect(nowhere);
-               }).empty());
+  std::uint32_t code = 0;
+  const std::string text = FailureOf(
+      [&] {
+        CSocket socket(platform::AddressFamily::kIPv6);
+        socket.Connect(nowhere);
+      },
+      &code);
+  constexpr std::uint32_t kNoSuchFamily = 10047;
+  if (code == kNoSuchFamily) {
+    GTEST_SKIP() << "this machine has no IPv6";
+  }
+  EXPECT_EQ(text, "WSAConnect failed");
+  EXPECT_EQ(code, 10049u) << "nobody is asked";
 }
 
 // --- numbers

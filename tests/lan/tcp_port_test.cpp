@@ -1,12 +1,16 @@
 // The port table for printers on the network, call by call.
 #include "lan/tcp_port.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <thread>
 
 #include "lan/support/lan_fixture.h"
 #include "lan/support/name_service.h"
 #include "lan/support/open_descriptors.h"
 #include "lan/support/peer_server.h"
+#include "lan/support/thread_state.h"
 #include "monitor/langmon.h"
 #include "monitor/options.h"
 #include "support/module_copy.h"
@@ -81,6 +85,13 @@ TEST_F(TcpPort, KeysCountUpAndAreNeverUsedAgain) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(second), reinterpret_cast<std::uintptr_t>(first) + 1);
 }
 
+// A process of its own, in which no other port has been opened before.
+TEST_F(TcpPort, TheFirstKeyIsOne) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto openTheFirst = [this] { std::_Exit(Open() == HandleOf(1) ? 0 : 1); };
+  EXPECT_EXIT(openTheFirst(), ::testing::ExitedWithCode(0), "");
+}
+
 TEST_F(TcpPort, PortNamedAsThePrinterOfAnotherPortIsThatPort) {
   EnterPrinter(host, kPrinter, server.Address());
   const HANDLE first = Open(L"IP_1");
@@ -98,6 +109,31 @@ TEST_F(TcpPort, PrintersNameIsLookedForAlsoWhenItsDocumentCouldntStart) {
 TEST_F(TcpPort, EmptyPortNameFindsAPrinterThatHasntHadADocument) {
   const HANDLE first = Open(L"IP_1");
   EXPECT_EQ(Open(L""), first);
+}
+
+TEST_F(TcpPort, ClosingTakesNoPrinterFromATransferThatIsUnderWay) {
+  Signal started;
+  Signal closed;
+  std::optional<ThreadState> reader;
+  server.Next([closed](Peer& peer) {
+    closed.Await();
+    peer.Give(ByteString(32, 1));
+    peer.AwaitEnd();
+  });
+  const HANDLE port = OpenAndStart(server.Address());
+  BOOL result = FALSE;
+  std::thread reading([&] {
+    reader.emplace();
+    started.Set();
+    result = Read(port, 32);
+  });
+  started.Await();
+  reader->AwaitWaiting();
+  EXPECT_EQ(Close(port), TRUE);
+  closed.Set();
+  reading.join();
+  EXPECT_EQ(result, TRUE);
+  EXPECT_EQ(readBytes, ByteString(32, 1));
 }
 
 TEST_F(TcpPort, ClosingDropsTheConnectionAndTheKey) {
@@ -414,15 +450,21 @@ TEST_F(TcpPort, TransferBeforeAnyDocumentHasNoHostToConnectTo) {
 }
 
 TEST_F(TcpPort, OptionForRecoveryByNameHasNoPart) {
-  for (const std::uint32_t value : {0u, 1u}) {
-    SetOption(L"RecoverLanComm", value);
+  struct Row {
+    std::uint32_t sendIphs;
+    std::uint32_t recoverLanComm;
+    bool recovers;
+  };
+  for (const Row& row : {Row{1, 0, true}, Row{1, 1, true}, Row{0, 1, false}, Row{0, 0, false}, Row{2, 0, true}}) {
+    SetOption(L"SendIPHs", row.sendIphs);
+    SetOption(L"RecoverLanComm", row.recoverLanComm);
     PeerServer printer;
     printer.Next([](Peer& peer) { peer.Reset(); });
     const HANDLE port = OpenAndStart(printer.Address());
     printer.Await(1);
-    EXPECT_EQ(Write(port, Bytes("1B 41")), TRUE);
+    EXPECT_EQ(Write(port, Bytes("1B 41")), row.recovers ? TRUE : FALSE) << row.sendIphs << row.recoverLanComm;
     Close(port);
-    EXPECT_EQ(printer.Finish(), 2u);
+    EXPECT_EQ(printer.Finish(), row.recovers ? 2u : 1u) << row.sendIphs << row.recoverLanComm;
   }
 }
 

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lan/tcp_port.h"
 #include "monitor/langmon.h"
+#include "platform/text.h"
 #include "support/log_lines.h"
 #include "support/module_copy.h"
 #include "support/scripted_port.h"
@@ -13,6 +15,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+struct NameCase {
+  const wchar_t* portName;
+  std::uint32_t isUsb;
+};
+
 class PortChoiceTest : public ::testing::Test {
  protected:
   PortChoiceTest() { test::TestHost::SetDebugLevel(1); }
@@ -23,10 +30,15 @@ class PortChoiceTest : public ::testing::Test {
     accepted = CLangMon::ValidateMonitor(portName, &next, &chosen, &isUsb);
     return isUsb;
   }
-  // The next monitor comes from a file of this name. Its functions are not for calling.
-  void ComesFrom(const std::string& fileName) {
-    const void* function = test::FunctionInModuleNamed(fileName);
-    next.pfnWritePort = reinterpret_cast<decltype(next.pfnWritePort)>(reinterpret_cast<std::uintptr_t>(function));
+  // The next monitor comes from a file of this name, in a folder whose name begins with that word. Its functions are
+  // not for calling.
+  void ComesFrom(const std::string& fileName, const std::string& folderWord = "module") {
+    WriteStandsAt(test::FunctionInModuleNamed(fileName, folderWord));
+  }
+  // The same, from memory that belongs to no file.
+  void ComesFromNowhere() { WriteStandsAt(&host); }
+  void WriteStandsAt(const void* address) {
+    next.pfnWritePort = reinterpret_cast<decltype(next.pfnWritePort)>(reinterpret_cast<std::uintptr_t>(address));
   }
   bool RefusedWithout(void (*remove)(MONITOR2&)) {
     MONITOR2 table = port.Table();
@@ -83,11 +95,6 @@ TEST_F(PortChoiceTest, ANullTableIsRefused) {
   EXPECT_THAT(test::LogLines(host), ElementsAre("CLangMon::ValidateMonitor: Mandatory MONITOR2 entries are empty"));
 }
 
-struct NameCase {
-  const wchar_t* portName;
-  std::uint32_t isUsb;
-};
-
 class PortNameTest : public PortChoiceTest, public ::testing::WithParamInterface<NameCase> {};
 
 // The tests' own program holds neither word in its name.
@@ -120,13 +127,34 @@ TEST_F(PortChoiceTest, AModuleThatSaysTcpDecidesWhateverThePortsName) {
   for (const char* file : {"tcpmon", "TCPMON.DLL", "my-Tcp.so"}) {
     ComesFrom(file);
     EXPECT_EQ(Choose(L"USB001"), 0U) << file;
+    EXPECT_TRUE(accepted);
+    EXPECT_EQ(chosen.pfnWritePort, LanPortTable().pfnWritePort);
   }
 }
 
 TEST_F(PortChoiceTest, OnlyTheModulesFileNameCounts) {
-  ComesFrom("plain.so");
-  EXPECT_EQ(Choose(L"USB001"), 1U);
-  EXPECT_EQ(Choose(L"IP_10.0.0.5"), 0U);
+  for (const char* folder : {"usb", "tcp"}) {
+    ComesFrom("plain.so", folder);
+    EXPECT_EQ(Choose(L"USB001"), 1U) << folder;
+    EXPECT_EQ(Choose(L"IP_10.0.0.5"), 0U) << folder;
+  }
+}
+
+// Then the port's name is searched as the module's would have been, wherever the words stand.
+TEST_F(PortChoiceTest, WithoutAModuleThePortsNameStandsInForIt) {
+  ComesFromNowhere();
+  const std::wstring longName = std::wstring(256, L'x') + L"USB";
+  for (const NameCase& c :
+       {NameCase{L"MYUSB", 1}, NameCase{L"my-usb-port", 1}, NameCase{longName.c_str(), 1}, NameCase{L"MYTCP", 0},
+        NameCase{L"TCP_CLIENT:3", 0}, NameCase{L"CLIENT:TCP", 0}, NameCase{L"USB_TCP", 1}, NameCase{L"MYTCP_USB", 0},
+        NameCase{L"CLIENT:3", 1}, NameCase{L"IP_10.0.0.5", 0}, NameCase{L"", 0}, NameCase{nullptr, 0}}) {
+    EXPECT_EQ(Choose(c.portName), c.isUsb) << (c.portName != nullptr ? platform::ToUtf8(c.portName) : "no name");
+  }
+}
+
+TEST_F(PortChoiceTest, OfANameInTheModulesPlaceTheFirst259CharactersCount) {
+  ComesFromNowhere();
+  EXPECT_EQ(Choose((std::wstring(257, L'x') + L"USB").c_str()), 0U);
 }
 
 TEST_F(PortChoiceTest, ALanPortDoesntUseTheNextMonitorAtAll) {
@@ -140,14 +168,24 @@ TEST_F(PortChoiceTest, ALanPortDoesntUseTheNextMonitorAtAll) {
   EXPECT_NE(chosen.pfnSetPortTimeOuts, next.pfnSetPortTimeOuts);
 }
 
-// As long as a LAN port has no functions, it is refused cleanly; once it has, it is accepted.
-TEST_F(PortChoiceTest, ALanPortIsAcceptedExactlyIfItsOwnTableIsWhole) {
+TEST_F(PortChoiceTest, ALanPortIsAcceptedAndUsesTheTransportsTable) {
   Choose(L"IP_10.0.0.5");
-  const bool whole = chosen.pfnOpenPort != nullptr && chosen.pfnStartDocPort != nullptr &&
-                     chosen.pfnWritePort != nullptr && chosen.pfnReadPort != nullptr &&
-                     chosen.pfnEndDocPort != nullptr && chosen.pfnClosePort != nullptr;
-  EXPECT_EQ(accepted, whole);
-  EXPECT_EQ(host.lastError, whole ? 0U : 3007U);
+  const MONITOR2 lan = LanPortTable();
+  EXPECT_TRUE(accepted);
+  EXPECT_EQ(host.lastError, 0U);
+  EXPECT_THAT(host.log, IsEmpty());
+  for (const bool there :
+       {chosen.pfnOpenPort != nullptr, chosen.pfnStartDocPort != nullptr, chosen.pfnWritePort != nullptr,
+        chosen.pfnReadPort != nullptr, chosen.pfnEndDocPort != nullptr, chosen.pfnClosePort != nullptr}) {
+    EXPECT_TRUE(there);
+  }
+  EXPECT_EQ(chosen.pfnOpenPort, lan.pfnOpenPort);
+  EXPECT_EQ(chosen.pfnStartDocPort, lan.pfnStartDocPort);
+  EXPECT_EQ(chosen.pfnWritePort, lan.pfnWritePort);
+  EXPECT_EQ(chosen.pfnReadPort, lan.pfnReadPort);
+  EXPECT_EQ(chosen.pfnEndDocPort, lan.pfnEndDocPort);
+  EXPECT_EQ(chosen.pfnClosePort, lan.pfnClosePort);
+  EXPECT_EQ(chosen.pfnSetPortTimeOuts, lan.pfnSetPortTimeOuts);
 }
 
 // ------------------------------------------------------------------------------------ the arguments of a document

@@ -66,10 +66,6 @@ TEST_P(PrinterModelTest, HasThePropertiesOfItsRow) {
   EXPECT_EQ(model.compression, compression);
 }
 
-TEST_P(PrinterModelTest, IsFoundByItsHardwareId) {
-  EXPECT_EQ(HardwareIdToModel(PrinterModelRow(GetParam().row).hardwareId), GetParam().row);
-}
-
 INSTANTIATE_TEST_SUITE_P(Rows, PrinterModelTest, ::testing::ValuesIn(kModels),
                          [](const auto& test) { return "Row" + std::to_string(test.param.row); });
 

@@ -111,7 +111,7 @@ TEST_F(RegistryKeyTest, AClosedKeyHasNoValuesAndCanBeClosedAgain) {
   EXPECT_EQ(key.ReadString(L"Text"), L"");
 }
 
-TEST_F(RegistryKeyTest, ReadingOnceOpensReadsAndCloses) {
+TEST_F(RegistryKeyTest, ReadingOnceNeedsNoKeyOfOnesOwn) {
   host.SetNumber(kKey, L"Number", 7);
   host.SetText(kKey, L"Text", L"text");
   EXPECT_EQ(ReadDwordOnce(kKey, L"Number", 42), 7U);

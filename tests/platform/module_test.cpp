@@ -24,9 +24,5 @@ TEST(ModuleFileNameTest, AnAddressInNoModuleGivesNothing) {
   EXPECT_EQ(ModuleFileNameOf(onTheHeap.get()), L"");
 }
 
-TEST(ModuleTest, ThreadNotificationsAreNobodysBusinessHere) {
-  DisableThreadNotifications(nullptr);
-}
-
 }  // namespace
 }  // namespace sc3xxmon::platform

@@ -98,6 +98,22 @@ TEST_F(PortIoTest, SendAllThatFailsAfterFiveOfEightBytesSaysBoth) {
   EXPECT_EQ(port.AllWritten(), Bytes("01 02 03 04 05"));
 }
 
+TEST_F(PortIoTest, SendAllGoesOnBehindAFailureThatTookBytes) {
+  port.FailWriteWith(3);
+  EXPECT_TRUE(SendsAll(kEightBytes));
+  EXPECT_EQ(port.writeCalls, 2u);
+  EXPECT_EQ(port.AllWritten(), Bytes("04 05 06 07 08"));
+  EXPECT_THAT(host.LogTexts(), ElementsAre("WritePort failed. written=3; err=31"));
+}
+
+TEST_F(PortIoTest, SendAllWhoseLastCallFailsIsFalseThoughAllBytesWereTaken) {
+  port.LimitWrite(5, 1);
+  port.FailWriteWith(3, 2);
+  EXPECT_FALSE(SendsAll(kEightBytes));
+  EXPECT_EQ(port.writeCalls, 2u);
+  EXPECT_THAT(host.LogTexts(), ElementsAre("WritePort failed. written=3; err=31", "SendAll failed: written=8"));
+}
+
 TEST_F(PortIoTest, SendAllOfANullBufferFailsWithoutAPortCall) {
   EXPECT_FALSE(monitor.SendAll(nullptr, 8));
   EXPECT_EQ(port.writeCalls, 0u);
@@ -206,11 +222,22 @@ TEST_F(PortIoTest, OnlyASuccessfulStartOfADocumentCountsAsATransfer) {
   EXPECT_EQ(monitor.LastIoTick, 1000u);
 }
 
+TEST_F(PortIoTest, ADocumentIsAskedForWithTheCallersOwnArguments) {
+  const int info = 0;
+  EXPECT_TRUE(monitor.StartDoc(L"Shipping labels", 7, 1, const_cast<int*>(&info)));
+  ASSERT_THAT(port.documents, SizeIs(1));
+  EXPECT_EQ(port.documents[0].printerName, L"Shipping labels");
+  EXPECT_EQ(port.documents[0].jobId, 7u);
+  EXPECT_EQ(port.documents[0].level, 1u);
+  EXPECT_EQ(port.documents[0].docInfo, &info);
+}
+
 TEST_F(PortIoTest, SetTimeoutsPassesThemToThePortAndGivesItsResult) {
   COMMTIMEOUTS timeouts{1, 2, 3, 4, 5};
   EXPECT_TRUE(monitor.SetTimeouts(&timeouts));
   ASSERT_THAT(port.timeouts, SizeIs(1));
   EXPECT_EQ(port.timeouts[0].WriteTotalTimeoutConstant, 5u);
+  EXPECT_THAT(port.timeoutArguments, ElementsAre(0u));
   port.failTimeouts = true;
   EXPECT_FALSE(monitor.SetTimeouts(&timeouts));
 }

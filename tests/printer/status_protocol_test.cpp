@@ -4,18 +4,13 @@
 
 #include "job/failure.h"
 #include "support/printing_fixture.h"
+#include "support/status_records.h"
 
 namespace sc3xxmon::test {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-StatusRecord RecordOf(const ByteString& bytes) {
-  StatusRecord record;
-  std::copy(bytes.begin(), bytes.end(), record.Bytes.begin());
-  return record;
-}
 
 class StatusProtocolTest : public PrintingFixture {
  protected:
@@ -142,6 +137,16 @@ TEST_F(StatusProtocolTest, AFailedReadIsACommFailure) {
   StartJob(5);
   port.FailsRead();
   EXPECT_EQ(FetchFailure(0, true, true), "Receiving ESCA0 response failed (0 bytes read)");
+  EXPECT_EQ(record, StatusRecord{});
+}
+
+TEST_F(StatusProtocolTest, AFailedReadIsACommFailureThoughAllItsBytesCame) {
+  StartJob(5);
+  port.FailsReadWith(PlainStatus({.status = 1}));
+  EXPECT_EQ(FetchFailure(0, true, true), "Receiving ESCA0 response failed (32 bytes read)");
+  StartJob(4);
+  port.FailsReadWith(DualRollStatus({.status = 1}));
+  EXPECT_EQ(FetchFailure(0, true, true), "Receiving ESCA0 response failed (70 bytes read)");
   EXPECT_EQ(record, StatusRecord{});
 }
 
@@ -351,6 +356,20 @@ TEST_F(StatusProtocolTest, AFirmwareAnswerThatFailsOrComesShortIsFalseSilently) 
   EXPECT_FALSE(monitor.FetchFirmwareInfo());
   EXPECT_THAT(host.log, IsEmpty());
   EXPECT_EQ(job->FwType, 0);
+}
+
+TEST_F(StatusProtocolTest, AFirmwareAnswerWhoseReadFailedIsFalseThoughAllItsBytesCame) {
+  StartJob(5);
+  port.FailsReadWith(Firmware("FWAP", "0001", "1001", "2C"));
+  EXPECT_FALSE(monitor.FetchFirmwareInfo());
+  EXPECT_EQ(job->FwType, 0);
+}
+
+TEST_F(StatusProtocolTest, AFirmwareQueryWhoseLastWriteFailedIsFalseThoughBothBytesWereTaken) {
+  StartJob(5);
+  port.FailWriteWith(2);
+  EXPECT_FALSE(monitor.FetchFirmwareInfo());
+  EXPECT_EQ(port.readCalls, 0u);
 }
 
 TEST_F(StatusProtocolTest, WithoutDeviceIoTheFirmwareExchangeSucceedsAndTellsNothing) {

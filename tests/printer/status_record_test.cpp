@@ -6,16 +6,11 @@
 #include <algorithm>
 #include <array>
 
-#include "support/bytes.h"
+#include "support/status_records.h"
 
 namespace sc3xxmon::test {
 namespace {
 
-StatusRecord RecordOf(const ByteString& bytes) {
-  StatusRecord record;
-  std::copy(bytes.begin(), bytes.end(), record.Bytes.begin());
-  return record;
-}
 StatusRecord Plain(const StatusFields& fields) {
   return RecordOf(PlainStatus(fields));
 }

@@ -63,6 +63,15 @@ PortBetween& Of(HANDLE handle) {
   return *static_cast<PortBetween*>(handle);
 }
 
+// The port table's own type for a count isn't the same everywhere.
+template <class Transfer>
+BOOL Counted(LPDWORD count, Transfer transfer) {
+  std::uint32_t moved = *count;
+  const bool succeeded = transfer(&moved);
+  *count = moved;
+  return succeeded;
+}
+
 }  // namespace
 
 PortBetween::PortBetween(simulator::InProcessPorts& ports, std::wstring name, test::Story& story)
@@ -81,10 +90,10 @@ const MONITOR2& PortBetween::Table() {
       return TRUE;
     };
     made.pfnWritePort = [](HANDLE port, LPBYTE bytes, DWORD size, LPDWORD written) -> BOOL {
-      return Of(port).Write(bytes, size, written);
+      return Counted(written, [&](std::uint32_t* count) { return Of(port).Write(bytes, size, count); });
     };
     made.pfnReadPort = [](HANDLE port, LPBYTE bytes, DWORD size, LPDWORD read) -> BOOL {
-      return Of(port).Read(bytes, size, read);
+      return Counted(read, [&](std::uint32_t* count) { return Of(port).Read(bytes, size, count); });
     };
     made.pfnEndDocPort = [](HANDLE port) -> BOOL {
       Of(port).EndDocument();

@@ -1,4 +1,5 @@
 // Input that is no job: recorded, survived, and never answered with absurd memory or time.
+#include <algorithm>
 #include <chrono>
 #include <random>
 
@@ -66,6 +67,18 @@ TEST_F(MalformedTest, DropsALabelBeyondItsLimit) {
        ShortFormFeed() + Label(2) + EndOfJob());
   EXPECT_THAT(PrintedIndexes(), ElementsAre(2));
   EXPECT_THAT(DropReasons(), ElementsAre(DropReason::kMalformed));
+}
+
+TEST_F(MalformedTest, CountsOffARasterBeyondTheLimitAndTakesNothingInItForACommand) {
+  settings.maxLabelBytes = 1000;
+  Bytes raster = RasterBytes(500, 64, 1);
+  const Bytes inside = Ask(0) + Label(77);
+  std::copy(inside.begin(), inside.end(), raster.begin() + 100);
+  Send(JobStart() + Index(1) + Raster(500, 64, raster) + ShortFormFeed() + Label(2) + EndOfJob());
+  EXPECT_THAT(PrintedIndexes(), ElementsAre(2));
+  EXPECT_THAT(DropReasons(), ElementsAre(DropReason::kMalformed));
+  EXPECT_EQ(Printer().Counts().malformed, 1u);
+  EXPECT_THAT(Receive(), IsEmpty());
 }
 
 TEST_F(MalformedTest, NotesARasterOutsideALabel) {

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "platform/posix/settings_names.h"
 #include "spooler/scripted_monitor.h"
 
 namespace sc3xx::test {
@@ -54,7 +55,10 @@ class ObligingMonitor {
   DWORD labels = 0;   // what it acknowledges of each job
   DWORD command = 0;  // what it asks of the job instead of printing it, once
   bool opens = true;
+  bool opensBelow = false;  // takes the port for one that the next monitor serves
+  DWORD startError = 0;
   std::wstring portName;
+  std::wstring hostOfPrinter;  // where the printer's entries lead to
   std::vector<DWORD> jobs;
   std::vector<DWORD> writes;
   std::wstring printerName;
@@ -62,15 +66,21 @@ class ObligingMonitor {
  private:
   static MONITOR2 MakeTable() {
     MONITOR2 table{};
-    table.pfnOpenPortEx = [](HANDLE, HANDLE, LPWSTR name, LPWSTR printer, HANDLE* handle, MONITOR2*) -> BOOL {
+    table.pfnOpenPortEx = [](HANDLE, HANDLE below, LPWSTR name, LPWSTR printer, HANDLE* handle,
+                             MONITOR2* next) -> BOOL {
       Self().portName = name;
       Self().printerName = printer;
+      Self().hostOfPrinter = Self().HostOf(printer);
       *handle = &Self();
+      if (Self().opensBelow) {
+        return next->pfnOpenPort(below, name, handle);
+      }
       return Self().opens ? TRUE : FALSE;
     };
     table.pfnStartDocPort = [](HANDLE, LPWSTR, DWORD jobId, DWORD, LPBYTE) -> BOOL {
       Self().jobs.push_back(jobId);
-      return TRUE;
+      Self().host.SetLastError(Self().host.context, Self().startError);
+      return Self().startError == 0 ? TRUE : FALSE;
     };
     table.pfnWritePort = [](HANDLE, LPBYTE, DWORD size, LPDWORD written) -> BOOL {
       return Self().Write(size, written);
@@ -78,6 +88,20 @@ class ObligingMonitor {
     table.pfnEndDocPort = [](HANDLE) -> BOOL { return TRUE; };
     table.pfnClosePort = [](HANDLE) -> BOOL { return TRUE; };
     return table;
+  }
+
+  std::wstring Value(const std::wstring& key, const wchar_t* name) const {
+    wchar_t text[200] = L"";
+    DWORD size = sizeof(text);
+    void* const bytes = text;
+    host.QueryValue(host.context, key.c_str(), name, static_cast<LPBYTE>(bytes), &size);
+    return text;
+  }
+
+  std::wstring HostOf(const std::wstring& printer) const {
+    namespace platform = sc3xxmon::platform;
+    const std::wstring port = Value(std::wstring(platform::kPrintersKey) + printer, L"Port");
+    return Value(std::wstring(platform::kPortsKey) + port, L"HostName");
   }
 
   BOOL Write(DWORD size, DWORD* written) {
@@ -195,6 +219,15 @@ INSTANTIATE_TEST_SUITE_P(
         WrongUse{"FaultOnADevice",
                  {"print", "PICTURE", "--port", "usb:/dev/null", "--fault", "bay=2"},
                  "--fault works with"},
+        WrongUse{"OutOnTheNetwork",
+                 {"print", "PICTURE", "--port", "lan:10.0.0.7", "--out", "x"},
+                 "give --out to its `sc3xx simulate`"},
+        WrongUse{"FaultOnTheNetwork",
+                 {"print", "PICTURE", "--port", "lan:10.0.0.7", "--fault", "bay=2"},
+                 "give --fault to its `sc3xx simulate`"},
+        WrongUse{"PortWithoutHost", {"print", "PICTURE", "--port", "lan:"}, "\"lan:\" is no port"},
+        WrongUse{"PortNumber", {"print", "PICTURE", "--port", "lan:10.0.0.7:9100"}, "Write lan:10.0.0.7"},
+        WrongUse{"HostOfGarbage", {"print", "PICTURE", "--port", "lan:!?"}, "\"!?\" is neither a printer"},
         WrongUse{"InputTwice", {"print", "-", "-"}, "can be printed once only"},
         WrongUse{"Config", {"print", "PICTURE", "--config", "/nowhere.toml"}, "/nowhere.toml: the settings file"},
         WrongUse{"Dither", {"encode", "PICTURE", "-o", "x.kpl", "--dither", "none"}, "floyd-steinberg"},
@@ -269,6 +302,43 @@ TEST_F(CommandLineTest, ADeviceThatIsNotThereIsToldInItsOwnWords) {
   EXPECT_EQ(Run({"print", PictureFile(), "--port", "usb:/dev/usb/lp9"}), 1);
   EXPECT_THAT(err.str(), HasSubstr("usb:/dev/usb/lp9"));
   EXPECT_EQ(monitor.portName, L"usb:/dev/usb/lp9");
+}
+
+TEST_F(CommandLineTest, AHostOnTheNetworkIsAPortWithEntriesOfItsOwn) {
+  monitor.labels = 1;
+  EXPECT_EQ(Run({"print", PictureFile(), "--port", "lan:10.0.0.7"}), 0) << err.str();
+  EXPECT_EQ(monitor.portName, L"lan:10.0.0.7");
+  EXPECT_EQ(monitor.printerName, L"lan:10.0.0.7");
+  EXPECT_EQ(monitor.hostOfPrinter, L"10.0.0.7");
+}
+
+TEST_F(CommandLineTest, APrinterOfTheSettingsFileIsAPortOnTheNetwork) {
+  monitor.labels = 1;
+  const std::string file =
+      File("s.toml", "[Printers.\"Front desk\"]\nPort = \"IP_7\"\n[Ports.\"IP_7\"]\nHostName = \"printer.example\"\n");
+  EXPECT_EQ(Run({"print", PictureFile(), "--config", file, "--port", "lan:Front desk"}), 0) << err.str();
+  EXPECT_EQ(monitor.portName, L"lan:Front desk");
+  EXPECT_EQ(monitor.printerName, L"Front desk");
+  EXPECT_EQ(monitor.hostOfPrinter, L"printer.example");
+}
+
+TEST_F(CommandLineTest, ANameForThePrinterLeadsToTheSameHost) {
+  monitor.labels = 1;
+  EXPECT_EQ(Run({"print", PictureFile(), "--port", "lan:10.0.0.7", "--printer-name", "Desk"}), 0) << err.str();
+  EXPECT_EQ(monitor.printerName, L"Desk");
+  EXPECT_EQ(monitor.hostOfPrinter, L"10.0.0.7");
+}
+
+TEST_F(CommandLineTest, APrinterOnTheNetworkThatRefusesIsToldInWordsWithItsPlace) {
+  monitor.startError = 10061;
+  EXPECT_EQ(Run({"print", PictureFile(), "--port", "lan:10.0.0.7"}), 1);
+  EXPECT_THAT(err.str(), HasSubstr("the printer can't be reached: 10.0.0.7, TCP port 9100: nobody takes connections"));
+}
+
+TEST_F(CommandLineTest, AProgramNameThatMakesANetworkPortUsbIsToldAsTheReason) {
+  monitor.opensBelow = true;
+  EXPECT_EQ(Run({"print", PictureFile(), "--port", "lan:10.0.0.7"}), 1);
+  EXPECT_THAT(err.str(), HasSubstr("must not hold \"USB\""));
 }
 
 // ------------------------------------------------------------------------------------------------ printing

@@ -215,6 +215,14 @@ TEST_F(SocketPortTest, TheNextDocumentConnectsAgain) {
   EXPECT_EQ(printer.Hear(1), (Bytes{5}));
 }
 
+TEST_F(SocketPortTest, APrinterThatWentAwayBetweenTwoDocumentsIsConnectedToAgainAtTheStart) {
+  printer.HangUp();
+  EXPECT_TRUE(port.StartDocument());
+  printer.Accept();
+  EXPECT_TRUE(port.Write({5}));
+  EXPECT_EQ(printer.Hear(1), (Bytes{5}));
+}
+
 TEST_F(SocketPortTest, TheNextDocumentFailsWhileThePrinterStaysAway) {
   printer.HangUp();
   printer.StopListening();

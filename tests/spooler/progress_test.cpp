@@ -120,6 +120,57 @@ TEST_F(ProgressTest, TellsABusyPort) {
   EXPECT_THAT(out.str(), HasSubstr("another document has the printer"));
 }
 
+TEST_F(ProgressTest, TellsOnceWhatItWaitsForWhenThePrinterIsGone) {
+  Progress progress = Make(false);
+  progress.BeginJob("job", 2);
+  progress.ContactLost("connection refused (error 10061)");
+  progress.ContactLost("connection refused (error 10061)");
+  progress.ContactLost("nobody answers at the address (error 10060)");
+  progress.LabelsAcknowledged(1);
+  EXPECT_EQ(out.str(),
+            "job\n  no contact: connection refused (error 10061)\n"
+            "  no contact: nobody answers at the address (error 10060)\n"
+            "  label 1 of 2 printed\n");
+}
+
+TEST_F(ProgressTest, ATerminalShowsTheLossOfContactUntilItMayBeBack) {
+  Progress progress = Make(true);
+  progress.BeginJob("job", 2);
+  progress.ContactLost("connection refused");
+  now += 5000;
+  progress.Tick();
+  EXPECT_THAT(LastLine(), HasSubstr("label 1 of 2: no contact: connection refused, waiting 5 s"));
+  progress.ContactMayBeBack();
+  progress.Tick();
+  EXPECT_THAT(LastLine(), Not(HasSubstr("refused")));
+}
+
+TEST_F(ProgressTest, ARefusalOfDataIsNoLossOfContact) {
+  Progress progress = Make(true);
+  progress.BeginJob("job", 2);
+  progress.Refused(0);
+  progress.ContactMayBeBack();
+  progress.Tick();
+  EXPECT_THAT(LastLine(), HasSubstr("can't take data just now"));
+}
+
+TEST_F(ProgressTest, ATerminalShowsWhereItConnectsToWhileThatLasts) {
+  Progress progress = Make(true, 100);
+  progress.BeginJob("job", 2);
+  progress.Connecting("10.0.0.7");
+  EXPECT_THAT(LastLine(), HasSubstr("connecting to 10.0.0.7"));
+  progress.Connected();
+  EXPECT_THAT(LastLine(), Not(HasSubstr("connecting")));
+}
+
+TEST_F(ProgressTest, ConnectingIsNothingForAFile) {
+  Progress progress = Make(false);
+  progress.BeginJob("job", 2);
+  progress.Connecting("10.0.0.7");
+  progress.Connected();
+  EXPECT_EQ(out.str(), "job\n");
+}
+
 TEST_F(ProgressTest, TellsHowToLeaveWhileDeleting) {
   Progress progress = Make(true);
   progress.BeginJob("job", 2);

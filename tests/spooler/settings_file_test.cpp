@@ -38,7 +38,7 @@ TEST(SettingsFileTest, TablesStandForKeys) {
       "[SC3xx]\nPdChunkSize = 0x64\nRB410_12mm_offset = -3\n"
       "[Debug]\nDebugLevel = 2\n"
       "[Printers.\"Etiketten Büro\"]\nPort = \"IP_10.0.0.5\"\n"
-      "[Ports.\"IP_10.0.0.5\"]\nHostName = \"label.example\"\nPortNumber = 9100\n");
+      "[Ports.\"IP_10.0.0.5\"]\nHostName = \"label.example\"\n");
   EXPECT_EQ(settings.Number(kSc3xx, L"PdChunkSize", 1), 100u);
   EXPECT_EQ(settings.Number(kSc3xx, L"RB410_12mm_offset", 1), 0xFFFFFFFDu);
   EXPECT_EQ(settings.Number(L"Software\\KOVA\\Debug", L"DebugLevel", 0), 2u);
@@ -47,7 +47,6 @@ TEST(SettingsFileTest, TablesStandForKeys) {
   const std::wstring port =
       L"SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors\\Standard TCP/IP Port\\Ports\\IP_10.0.0.5";
   EXPECT_EQ(QueryText(settings, port.c_str(), L"HostName"), L"label.example");
-  EXPECT_EQ(settings.Number(port, L"PortNumber", 0), 9100u);
   EXPECT_EQ(QueryText(settings, L"", L"LogRoot"), L"/var/log/kova");
 }
 
@@ -142,7 +141,10 @@ INSTANTIATE_TEST_SUITE_P(
                       Mistake{"Twice", "[SC3xx]\nSendIPHs = 1\nSendIPHs = 2\n", "3:12", "redefine"},
                       Mistake{"LogRootNumber", "LogRoot = 4\n", "1:11", "must be a text in quotes"},
                       Mistake{"TableIsNumber", "SC3xx = 4\n", "1:9", "must be a table"},
-                      Mistake{"PrinterIsText", "[Printers]\nBureau = \"x\"\n", "2:10", "must be a table"}),
+                      Mistake{"PrinterIsText", "[Printers]\nBureau = \"x\"\n", "2:10", "must be a table"},
+                      Mistake{"HostNameSlip", "[Ports.a]\nHostNmae = \"x\"\n", "2:1", "did you mean HostName?"},
+                      Mistake{"HostNameNumber", "[Ports.a]\nHostName = 5\n", "2:12", "must be a text in quotes"},
+                      Mistake{"PortSlip", "[Printers.a]\nHostName = \"x\"\n", "2:1", "known: Port"}),
     [](const auto& tested) { return tested.param.what; });
 
 TEST(SettingsFileTest, AFileThatCannotBeReadIsTold) {

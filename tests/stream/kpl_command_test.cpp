@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
+#include "stream/command_lengths.h"
 #include "support/bytes.h"
 
 namespace sc3xxmon {
@@ -13,17 +13,11 @@ namespace {
 
 using test::Bytes;
 
-const std::map<char, int> kLengths = {
-    {'#', 3}, {'*', 2}, {'@', 2}, {'A', 3}, {'C', 3}, {'D', 12}, {'E', 2},  {'G', 2}, {'H', 4}, {'L', 4}, {'M', 10},
-    {'P', 2}, {'Q', 2}, {'T', 3}, {'U', 2}, {'V', 2}, {'X', 7},  {'Z', 17}, {'b', 4}, {'c', 2}, {'d', 2}, {'e', 2},
-    {'g', 2}, {'h', 2}, {'i', 2}, {'l', 6}, {'m', 4}, {'n', 4},  {'p', 3},  {'q', 3}, {'s', 6}, {'t', 6}, {'x', 2},
-};
-
 TEST(KplCommandTest, KnowsThirtyThreeLettersAndNoOther) {
-  ASSERT_EQ(kLengths.size(), 33U);
+  ASSERT_EQ(test::kCommandLengths.size(), 33U);
   for (int letter = 0; letter < 256; ++letter) {
-    const auto known = kLengths.find(static_cast<char>(letter));
-    const int expected = known != kLengths.end() ? known->second : 0;
+    const auto known = test::kCommandLengths.find(static_cast<char>(letter));
+    const int expected = known != test::kCommandLengths.end() ? known->second : 0;
     EXPECT_EQ(kpl::FixedLength(static_cast<std::uint8_t>(letter)), expected) << "letter " << letter;
   }
 }

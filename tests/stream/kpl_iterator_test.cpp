@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "stream/command_lengths.h"
 #include "support/bytes.h"
 #include "support/log_lines.h"
 #include "support/test_host.h"
@@ -66,24 +67,24 @@ TEST_F(KplIteratorTest, TwoBytesAreOneShortCommandAndThenTheEnd) {
 TEST_F(KplIteratorTest, EachFixedCommandIsMeasuredByItsLetter) {
   ByteString stream;
   std::string expected;
-  for (const kpl::FixedLengthRow& row : kpl::kCommands) {
-    ByteString command(row.length, 0);
+  for (const auto& [letter, length] : test::kCommandLengths) {
+    ByteString command(static_cast<std::size_t>(length), 0);
     command[0] = kEsc;
-    command[1] = static_cast<std::uint8_t>(row.letter);
+    command[1] = static_cast<std::uint8_t>(letter);
     stream = Joined({stream, command});
-    expected += (expected.empty() ? "" : " ") + std::string(1, row.letter) + std::to_string(row.length);
+    expected += (expected.empty() ? "" : " ") + std::string(1, letter) + std::to_string(length);
   }
   EXPECT_EQ(Walk(stream), expected);
 }
 
 TEST_F(KplIteratorTest, AFixedCommandThatIsShortByOneByteIsTheEndSilently) {
-  for (const kpl::FixedLengthRow& row : kpl::kCommands) {
-    ByteString command(static_cast<std::size_t>(row.length) - 1, 0);
+  for (const auto& [letter, length] : test::kCommandLengths) {
+    ByteString command(static_cast<std::size_t>(length) - 1, 0);
     command[0] = kEsc;
     if (command.size() > 1) {
-      command[1] = static_cast<std::uint8_t>(row.letter);
+      command[1] = static_cast<std::uint8_t>(letter);
     }
-    EXPECT_EQ(Over(command), CKplIterator()) << row.letter;
+    EXPECT_EQ(Over(command), CKplIterator()) << letter;
   }
   EXPECT_THAT(host.log, IsEmpty());
 }
@@ -121,7 +122,7 @@ TEST_F(KplIteratorTest, AbsurdRasterNumbersWrapAndTheWrappedLengthCounts) {
 
 TEST_F(KplIteratorTest, AHugeRasterIsMeasuredIn64Bits) {
   // 0xFFFFFFFF raster bytes and the 12 of the head don't fit into 32 bits; a wrapped sum would be 11.
-  EXPECT_EQ(Over(Bytes("1B 44 08 00 01 00 00 00 FF FF FF 1F 00 00")), CKplIterator());
+  EXPECT_EQ(Over(Bytes("1B 44 08 00 FF FF FF FF 01 00 00 00 00 00")), CKplIterator());
   EXPECT_EQ(Over(Bytes("1B 5A 03 FF FF FF FF 01 00 01 00 00 00 08 00 00 00 00 00")), CKplIterator());
 }
 

@@ -168,6 +168,17 @@ TEST(KplLabelTest, AssignmentTakesTheSourcesLabel) {
   EXPECT_EQ(target.PrintDataHead.index(), 1U);
 }
 
+TEST(KplLabelTest, AssignmentKeepsSizeAndIndexWhereTheNewLabelNamesNone) {
+  const ByteString block = Compressed(test::Raster(40, 64));
+  KplLabel target(Joined({test::LabelIndex(3), block}), 0);
+  const std::uint32_t size = target.CompressedSize;
+  ASSERT_GT(size, 0U);
+  target = KplLabel(Bytes("1B 63"), 0);
+  EXPECT_EQ(target.CompressedSize, size);
+  EXPECT_EQ(target.LabelIndex, 3U);
+  EXPECT_EQ(target.Data, Bytes("1B 63"));
+}
+
 TEST(KplLabelTest, AssignmentOfALabelWithoutRasterLeavesNoPointerIntoTheOldBytes) {
   KplLabel target(test::Label(4, 4, 16), 0);
   target = KplLabel(test::LabelIndex(5), 0);

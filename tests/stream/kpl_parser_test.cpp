@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "monitor/options.h"
-#include "support/bytes.h"
-#include "support/log_lines.h"
-#include "support/test_host.h"
+#include "stream/parser_fixture.h"
 
 namespace sc3xxmon {
 namespace {
@@ -24,27 +22,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-class KplParserTest : public ::testing::Test {
- protected:
-  KplParserTest() { test::TestHost::SetDebugLevel(1); }
-
-  std::int32_t Feed(const ByteString& bytes) { return parser.ProcessData(bytes.data(), bytes.size()); }
-  void FeedByteWise(const ByteString& bytes) {
-    for (const std::uint8_t byte : bytes) {
-      parser.ProcessData(&byte, 1);
-    }
-  }
-  // Log lines since the last call.
-  std::vector<std::string> NewLines() {
-    auto lines = test::LogLines(host);
-    host.log.clear();
-    return lines;
-  }
-  void MarkFirstUnsent() { parser.MarkSent(*parser.FirstUnsentLabel()); }
-
-  test::TestHost host;
-  CKplParser parser{7};
-};
+class KplParserTest : public test::ParserFixture {};
 
 TEST_F(KplParserTest, ANewParserIsEmpty) {
   EXPECT_THAT(parser.Buffer(), IsEmpty());
@@ -105,24 +83,27 @@ TEST_F(KplParserTest, TheUsualEndOfAJobLogsOneLineThatIsExpected) {
 TEST_F(KplParserTest, AStreamByteByByteGivesTheSameAsInOneSpan) {
   const ByteString job = Joined({JobStart(), Bytes("1B 71 32 1B 4C FF FF"), Label(1), Bytes("1B 63 1B 71 33"), Label(2),
                                  LabelIndex(3), Raster(3, 9), Label(4), Bytes("1B 45 1B 51 00 00")});
-  Feed(job);
   CKplParser whole(7);
   whole.ProcessData(job.data(), job.size());
-  CKplParser pieces(7);
-  for (const std::uint8_t byte : job) {
-    pieces.ProcessData(&byte, 1);
-  }
-  EXPECT_EQ(pieces.JobHeader, whole.JobHeader);
-  ASSERT_THAT(pieces.Labels, SizeIs(4));
+  FeedByteWise(job);
+  EXPECT_EQ(parser.JobHeader, whole.JobHeader);
+  ASSERT_THAT(parser.Labels, SizeIs(4));
   ASSERT_THAT(whole.Labels, SizeIs(4));
   for (std::size_t i = 0; i < 4; ++i) {
-    EXPECT_EQ(pieces.Labels[i].Data, whole.Labels[i].Data);
-    EXPECT_EQ(pieces.Labels[i].IphLength, whole.Labels[i].IphLength);
+    const KplLabel& piecewise = parser.Labels[i];
+    const KplLabel& atOnce = whole.Labels[i];
+    EXPECT_EQ(piecewise.Data, atOnce.Data);
+    EXPECT_EQ(piecewise.IphLength, atOnce.IphLength);
+    EXPECT_EQ(piecewise.LabelIndex, i + 1);
+    EXPECT_EQ(atOnce.LabelIndex, i + 1);
+    EXPECT_EQ(piecewise.PrintDataCommand - piecewise.Data.data(), atOnce.PrintDataCommand - atOnce.Data.data());
+    EXPECT_EQ(piecewise.PrintDataCommand[1], 'D');
   }
-  EXPECT_EQ(pieces.JobFooter, whole.JobFooter);
-  EXPECT_EQ(pieces.JobFooter, Bytes("1B 45 1B 51 00 00"));
-  EXPECT_EQ(pieces.OpenLengthLabels, whole.OpenLengthLabels);
-  EXPECT_EQ(pieces.ParserQParameter, '2');
+  EXPECT_EQ(parser.JobFooter, whole.JobFooter);
+  EXPECT_EQ(parser.JobFooter, Bytes("1B 45 1B 51 00 00"));
+  EXPECT_TRUE(parser.OpenLengthLabels);
+  EXPECT_TRUE(whole.OpenLengthLabels);
+  EXPECT_EQ(parser.ParserQParameter, '2');
 }
 
 TEST_F(KplParserTest, EverySplitInTwoGivesTheSameLabels) {
@@ -524,118 +505,22 @@ TEST_F(KplParserTest, StepsOnAnEmptyBufferHaveNotEnoughData) {
   EXPECT_EQ(parser.TryParseJobFooter(), ParseResult::kNotEnoughData);
 }
 
-// ------------------------------------------------------------------------------------- sending and acknowledging
-
-TEST_F(KplParserTest, LabelsAreSentAndAcknowledgedInOrder) {
-  Feed(Joined({JobStart(), Label(1), Label(2), Label(3)}));
-  EXPECT_EQ(parser.FirstSentLabel(), nullptr);
-  EXPECT_EQ(parser.FirstUnsentLabel(), &parser.Labels[0]);
-  MarkFirstUnsent();
-  MarkFirstUnsent();
-  EXPECT_EQ(parser.FirstSentLabel(), &parser.Labels[0]);
-  EXPECT_EQ(parser.FirstUnsentLabel(), &parser.Labels[2]);
-  EXPECT_EQ(parser.SentLabelCount(), 2U);
-  EXPECT_EQ(parser.UnsentLabelCount(), 1U);
-  EXPECT_EQ(parser.AckFirstLabel(), 1U);
-  EXPECT_EQ(parser.LabelsAcked, 1U);
-  EXPECT_EQ(parser.FirstSentLabel()->LabelIndex, 2U);
-  EXPECT_EQ(parser.SentLabelCount(), 1U);
-  EXPECT_EQ(parser.UnsentLabelCount(), 1U);
-}
-
-TEST_F(KplParserTest, WithNothingLeftThereIsNoUnsentLabel) {
-  EXPECT_EQ(parser.FirstUnsentLabel(), nullptr);
-  Feed(Joined({JobStart(), Label(1)}));
-  MarkFirstUnsent();
-  EXPECT_EQ(parser.FirstUnsentLabel(), nullptr);
-}
-
-TEST_F(KplParserTest, MarkingALabelTwiceCountsItOnce) {
-  Feed(Joined({JobStart(), Label(1), Label(2)}));
-  parser.MarkSent(parser.Labels[0]);
-  parser.MarkSent(parser.Labels[0]);
-  EXPECT_EQ(parser.SentLabelCount(), 1U);
-}
-
-TEST_F(KplParserTest, AcknowledgingWhileTheFirstIsntSentChangesNothing) {
-  EXPECT_EQ(parser.AckFirstLabel(), 0U);
-  Feed(Joined({JobStart(), Label(1), Label(2)}));
-  parser.MarkSent(parser.Labels[1]);
-  EXPECT_EQ(parser.AckFirstLabel(), 0U);
-  EXPECT_THAT(parser.Labels, SizeIs(2));
-  EXPECT_EQ(parser.LabelsAcked, 0U);
-  EXPECT_TRUE(parser.Labels[1].Sent());
-}
-
-TEST_F(KplParserTest, RevertingNothingLogsNothing) {
-  Feed(Joined({JobStart(), Label(1)}));
-  NewLines();
-  parser.RevertSentLabels();
-  EXPECT_THAT(NewLines(), IsEmpty());
-  EXPECT_EQ(parser.Labels[0].Retries, 0U);
-}
-
-TEST_F(KplParserTest, RevertingTakesAllSentLabelsBackAndKeepsTheirOrder) {
-  Feed(Joined({JobStart(), Label(1), Label(2), Label(3)}));
-  MarkFirstUnsent();
-  MarkFirstUnsent();
-  NewLines();
-  parser.RevertSentLabels();
-  EXPECT_THAT(NewLines(), ElementsAre("CKplParser::RevertSentLabels: Reverted 2 sent labels"));
-  EXPECT_EQ(parser.FirstUnsentLabel(), &parser.Labels[0]);
-  EXPECT_EQ(parser.Labels[0].Retries, 1U);
-  EXPECT_EQ(parser.Labels[1].Retries, 1U);
-  EXPECT_EQ(parser.Labels[2].Retries, 0U);
-  EXPECT_EQ(parser.UnsentLabelCount(), 3U);
-  EXPECT_EQ(parser.LabelsParsed, 3U);
-  EXPECT_EQ(parser.ParserState, 2);
-}
-
-TEST_F(KplParserTest, ALabelThatWasRevertedTwiceTookThreeAttempts) {
-  Feed(Joined({JobStart(), Label(1)}));
-  for (int i = 0; i < 2; ++i) {
-    MarkFirstUnsent();
-    parser.RevertSentLabels();
+// Each raster announces little; were there room for no more than that, every one of them would move the whole label.
+TEST_F(KplParserTest, ALabelOfManySmallRastersIsMovedSeldom) {
+  constexpr std::uint32_t kRasters = 4000;
+  Feed(Joined({JobStart(), LabelIndex(1)}));
+  const ByteString raster = Raster(100, 80);
+  std::size_t capacity = parser.Buffer().capacity();
+  int moves = 0;
+  for (std::uint32_t i = 0; i < kRasters; ++i) {
+    for (std::size_t at = 0; at < raster.size(); at += 64) {
+      parser.ProcessData(raster.data() + at, std::min<std::size_t>(64, raster.size() - at));
+      moves += parser.Buffer().capacity() != capacity ? 1 : 0;
+      capacity = parser.Buffer().capacity();
+    }
   }
-  MarkFirstUnsent();
-  EXPECT_EQ(parser.AckFirstLabel(), 3U);
-}
-
-TEST_F(KplParserTest, AcknowledgingLeavesLaterRecordsPointingIntoTheirOwnData) {
-  Feed(Joined({JobStart(), Label(1), Label(2), Label(3)}));
-  MarkFirstUnsent();
-  parser.AckFirstLabel();
-  for (const KplLabel& label : parser.Labels) {
-    EXPECT_EQ(label.PrintDataCommand, label.Data.data() + 4);
-  }
-}
-
-TEST_F(KplParserTest, ResetForgetsAllButTheHeadersRecordsAndTheJobNumber) {
-  Feed(Joined({JobStart(), Bytes("1B 71 35 1B 4C FF FF"), Label(1), Label(2), LabelIndex(3)}));
-  MarkFirstUnsent();
-  MarkFirstUnsent();
-  parser.AckFirstLabel();
-  parser.Reset();
-  EXPECT_THAT(parser.Buffer(), IsEmpty());
-  EXPECT_THAT(parser.JobHeader, IsEmpty());
-  EXPECT_THAT(parser.JobFooter, IsEmpty());
-  EXPECT_THAT(parser.Labels, IsEmpty());
-  EXPECT_EQ(parser.SentLabelCount(), 0U);
-  EXPECT_EQ(parser.UnsentLabelCount(), 0U);
-  EXPECT_EQ(parser.ParserState, 0);
-  EXPECT_EQ(parser.LabelsParsed, 0U);
-  EXPECT_EQ(parser.LabelsAcked, 0U);
-  EXPECT_EQ(parser.ParserQParameter, 0x35);
-  EXPECT_TRUE(parser.OpenLengthLabels);
-  EXPECT_EQ(parser.JobNumber, 7U);
-}
-
-TEST_F(KplParserTest, AResetParserCutsTheNextStreamFromItsFront) {
-  Feed(Joined({JobStart(), Label(1), LabelIndex(2)}));
-  parser.Reset();
-  Feed(Joined({JobStart(), Label(3), EndOfJob()}));
-  ASSERT_THAT(parser.Labels, SizeIs(1));
-  EXPECT_EQ(parser.Labels[0].Data, Label(3));
+  EXPECT_GT(parser.Buffer().size(), kRasters * 1000U);
+  EXPECT_LT(moves, 100);
 }
 
 }  // namespace

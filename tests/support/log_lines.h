@@ -11,11 +11,8 @@ namespace sc3xxmon::test {
 // Each record as "CKplParser::ProcessData: Appending data: old=0, delta=3"; a record without a prefix as it is.
 inline std::vector<std::string> LogLines(const TestHost& host) {
   std::vector<std::string> lines;
-  for (const std::string& record : host.log) {
-    const std::size_t comma = record.find(',');
-    const std::size_t end = record.find("] ");
-    const bool hasPrefix = record.starts_with("[218:") && comma < end && end != std::string::npos;
-    lines.push_back(hasPrefix ? record.substr(5, comma - 5) + ": " + record.substr(end + 2) : record);
+  for (const auto& [function, text] : host.LogRecords()) {
+    lines.push_back(function.empty() ? text : function + ": " + text);
   }
   return lines;
 }

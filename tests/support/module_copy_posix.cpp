@@ -31,9 +31,9 @@ std::filesystem::path LibraryFile() {
 }  // namespace
 
 // A copy of a library that is there anyway: the loader knows it by its file.
-const void* FunctionInModuleNamed(const std::string& fileName) {
+const void* FunctionInModuleNamed(const std::string& fileName, const std::string& folderWord) {
   namespace fs = std::filesystem;
-  const fs::path folder = fs::temp_directory_path() / ("sc3xxmon-module-" + std::to_string(ProcessId()));
+  const fs::path folder = fs::temp_directory_path() / (folderWord + "-of-" + std::to_string(ProcessId()));
   fs::create_directory(folder);
   fs::copy_file(LibraryFile(), folder / fileName, fs::copy_options::overwrite_existing);
   const void* function = FunctionIn((folder / fileName).string());

@@ -2,6 +2,7 @@
 // when the monitor asks and the printer answers, and jobs in the middle of their printing.
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 #include "diag/debug_settings.h"
@@ -100,12 +101,10 @@ class PrintingFixture : public MonitorFixture {
 
   // True if the log has a record of that function with that text.
   bool LoggedBy(const std::string& function, const std::string& text) const {
-    for (const std::string& record : host.log) {
-      if (record.starts_with("[218:" + function + ",") && record.ends_with("] " + text)) {
-        return true;
-      }
-    }
-    return false;
+    const auto records = host.LogRecords();
+    return std::any_of(records.begin(), records.end(), [&](const RecordingHost::LogRecord& record) {
+      return record.function == function && record.text == text;
+    });
   }
 
   PrinterScript printer{port, PlainStatus};  // answers as the desktop models do

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
+#include <string_view>
 
 namespace sc3xxmon::test {
 namespace {
@@ -38,6 +40,12 @@ std::size_t TextRoom(const std::wstring& text) {
   return (text.size() + 1) * sizeof(wchar_t);
 }
 
+ByteString BytesOf(const std::wstring& text) {
+  ByteString bytes(TextRoom(text));
+  std::memcpy(bytes.data(), text.c_str(), bytes.size());
+  return bytes;
+}
+
 }  // namespace
 
 RecordingHost::RecordingHost(Story* story) : story_(story) {
@@ -68,20 +76,32 @@ void RecordingHost::SetNumber(const std::wstring& key, const std::wstring& name,
 }
 
 void RecordingHost::SetText(const std::wstring& key, const std::wstring& name, const std::wstring& text) {
-  ByteString bytes(TextRoom(text));
-  std::memcpy(bytes.data(), text.c_str(), bytes.size());
-  SetBytes(key, name, bytes);
+  SetBytes(key, name, BytesOf(text));
 }
 
 void RecordingHost::SetBytes(const std::wstring& key, const std::wstring& name, const ByteString& bytes) {
   values_[key][name] = bytes;
 }
 
+std::vector<RecordingHost::LogRecord> RecordingHost::LogRecords() const {
+  constexpr std::string_view kBuild = "[218:";
+  std::vector<LogRecord> records;
+  for (const std::string& line : log) {
+    const std::size_t comma = line.find(',');
+    const std::size_t end = line.find("] ");
+    if (line.starts_with(kBuild) && comma < end && end != std::string::npos) {
+      records.push_back({line.substr(kBuild.size(), comma - kBuild.size()), line.substr(end + 2)});
+    } else {
+      records.push_back({"", line});
+    }
+  }
+  return records;
+}
+
 std::vector<std::string> RecordingHost::LogTexts() const {
   std::vector<std::string> texts;
-  for (const std::string& record : log) {
-    const bool hasPrefix = record.starts_with("[218:");
-    texts.push_back(hasPrefix ? record.substr(record.find("] ") + 2) : record);
+  for (const LogRecord& record : LogRecords()) {
+    texts.push_back(record.text);
   }
   return texts;
 }
@@ -203,7 +223,8 @@ bool RecordingHost::SetFields(DWORD id, DWORD status, DWORD pagesPrinted, const 
     job.texts.push_back(job.text);
   }
   char line[64];
-  std::snprintf(line, sizeof(line), "job status 0x%X pages %u", status, pagesPrinted);
+  std::snprintf(line, sizeof(line), "job status 0x%X pages %u", static_cast<unsigned>(status),
+                static_cast<unsigned>(pagesPrinted));
   Tell(line + (text != nullptr ? " '" + Utf8(job.text) + "'" : std::string()));
   return true;
 }
@@ -221,30 +242,43 @@ bool RecordingHost::TakeCommand(DWORD id, DWORD command) {
 }
 
 BOOL RecordingHost::ClosePrinter(void* context, HANDLE) {
-  --Self(context).openHandles;
+  RecordingHost& self = Self(context);
+  if (self.onClosePrinter) {
+    self.onClosePrinter();
+  }
+  --self.openHandles;
   return TRUE;
 }
 
-LONG RecordingHost::QueryValue(void* context, LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size) {
-  RecordingHost& self = Self(context);
-  const auto values = self.values_.find(key);
-  if (name == nullptr) {
-    return values != self.values_.end() ? 0 : static_cast<LONG>(ERROR_FILE_NOT_FOUND);
-  }
-  self.queriedValues.emplace_back(key, name);
-  if (values == self.values_.end() || !values->second.contains(name)) {
-    return static_cast<LONG>(ERROR_FILE_NOT_FOUND);
-  }
-  const ByteString& bytes = values->second.at(name);
+LONG RecordingHost::Give(const ByteString& value, LPBYTE data, LPDWORD size) {
   const DWORD room = *size;
-  *size = static_cast<DWORD>(bytes.size());
-  if (data != nullptr && bytes.size() > room) {
+  *size = static_cast<DWORD>(value.size());
+  if (data != nullptr && value.size() > room) {
     return static_cast<LONG>(ERROR_MORE_DATA);
   }
   if (data != nullptr) {
-    std::copy(bytes.begin(), bytes.end(), data);
+    std::copy(value.begin(), value.end(), data);
   }
   return 0;
+}
+
+LONG RecordingHost::Query(LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size) {
+  if (std::wcslen(key) == 0) {
+    return name != nullptr ? Give(BytesOf(logRoot), data, size) : 0;
+  }
+  const auto values = values_.find(key);
+  if (name == nullptr) {
+    return values != values_.end() ? 0 : static_cast<LONG>(ERROR_FILE_NOT_FOUND);
+  }
+  queriedValues.emplace_back(key, name);
+  if (values == values_.end() || !values->second.contains(name)) {
+    return static_cast<LONG>(ERROR_FILE_NOT_FOUND);
+  }
+  return Give(values->second.at(name), data, size);
+}
+
+LONG RecordingHost::QueryValue(void* context, LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size) {
+  return Self(context).Query(key, name, data, size);
 }
 
 // A record arrives as its text and then its line end.

@@ -40,9 +40,16 @@ class RecordingHost {
   void SetText(const std::wstring& key, const std::wstring& name, const std::wstring& text);
   void SetBytes(const std::wstring& key, const std::wstring& name, const ByteString& bytes);
   void ForgetValues() { values_.clear(); }
+  // The folder that log files lie below. At first one that isn't there: a test that wants a log says where.
+  std::wstring logRoot = L"/nonexistent";
 
   // The log's records as they went to the debugger channel, thread number and line end taken off:
-  // "[218:CLangMon::Send,0042] WritePort failed. ...". LogTexts() takes the prefix off as well.
+  // "[218:CLangMon::Send,0042] WritePort failed. ...". A record without that prefix is a text of no function.
+  struct LogRecord {
+    std::string function;
+    std::string text;
+  };
+  std::vector<LogRecord> LogRecords() const;
   std::vector<std::string> LogTexts() const;
   bool Logged(const std::string& text) const;
   std::size_t LogCount(const std::string& text) const;
@@ -65,11 +72,15 @@ class RecordingHost {
   std::size_t openHandles = 0;
   std::size_t statusQueries = 0;                         // level 1 reads that came through
   std::function<void(std::size_t query)> onStatusQuery;  // runs before each, with its number from 1
+  std::function<void()> onClosePrinter;                  // runs before each
   bool failOpenPrinter = false;
   bool failGetJob = false;
   bool failSetJob = false;
   bool nullPrinterNameSeen = false;
   std::vector<std::string> log;
+
+  // A value as the host gives it to the monitor.
+  LONG Query(LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size);
 
  private:
   static RecordingHost& Self(void* context) { return *static_cast<RecordingHost*>(context); }
@@ -77,6 +88,7 @@ class RecordingHost {
   static BOOL GetJobW(void* context, HANDLE printer, DWORD id, DWORD level, LPBYTE buffer, DWORD size, LPDWORD needed);
   static BOOL SetJobW(void* context, HANDLE printer, DWORD id, DWORD level, LPBYTE buffer, DWORD command);
   static BOOL ClosePrinter(void* context, HANDLE printer);
+  static LONG Give(const ByteString& value, LPBYTE data, LPDWORD size);
   static LONG QueryValue(void* context, LPCWSTR key, LPCWSTR name, LPBYTE data, LPDWORD size);
   static void DebugOutput(void* context, const char* text);
 

@@ -17,8 +17,9 @@ struct ScriptedPortFunctions {
     *handle = monitor;
     return TRUE;
   }
-  static BOOL WINAPI StartDoc(HANDLE handle, LPWSTR, DWORD, DWORD, LPBYTE) {
+  static BOOL WINAPI StartDoc(HANDLE handle, LPWSTR printerName, DWORD jobId, DWORD level, LPBYTE docInfo) {
     ScriptedPort& port = Of(handle);
+    port.documents.push_back({printerName != nullptr ? printerName : L"", jobId, level, docInfo});
     if (port.failStartDocument) {
       return port.Fail();
     }
@@ -35,15 +36,16 @@ struct ScriptedPortFunctions {
   static BOOL WINAPI EndDoc(HANDLE handle) {
     ++Of(handle).endedDocuments;
     Of(handle).Tell("end document");
-    return TRUE;
+    return Of(handle).failEndDocument ? Of(handle).Fail() : TRUE;
   }
   static BOOL WINAPI Close(HANDLE handle) {
     ++Of(handle).closes;
-    return TRUE;
+    return Of(handle).failClose ? Of(handle).Fail() : TRUE;
   }
-  static BOOL WINAPI SetTimeOuts(HANDLE handle, LPCOMMTIMEOUTS timeouts, DWORD) {
+  static BOOL WINAPI SetTimeOuts(HANDLE handle, LPCOMMTIMEOUTS timeouts, DWORD argument) {
     ScriptedPort& port = Of(handle);
     port.timeouts.push_back(*timeouts);
+    port.timeoutArguments.push_back(argument);
     return port.failTimeouts ? port.Fail() : TRUE;
   }
 };
@@ -67,12 +69,20 @@ ScriptedPort& ScriptedPort::Answers(const ByteString& bytes) {
 }
 
 ScriptedPort& ScriptedPort::FailsRead() {
-  answers_.push_back({{}, true});
+  return FailsReadWith({});
+}
+
+ScriptedPort& ScriptedPort::FailsReadWith(const ByteString& bytes) {
+  answers_.push_back({bytes, true});
   return *this;
 }
 
 void ScriptedPort::FailWrite(std::size_t n) {
-  writeFaults_.push_back({writeCalls + n, true, 0});
+  writeFaults_.push_back({writeCalls + n, true, std::nullopt});
+}
+
+void ScriptedPort::FailWriteWith(std::size_t count, std::size_t n) {
+  writeFaults_.push_back({writeCalls + n, true, count});
 }
 
 void ScriptedPort::LimitWrite(std::size_t count, std::size_t n) {
@@ -109,14 +119,20 @@ BOOL ScriptedPort::Write(const std::uint8_t* bytes, std::size_t size, DWORD* wri
   if (onWrite) {
     onWrite();
   }
+  if (onBytes) {
+    onBytes(bytes, size);
+  }
   std::size_t taken = std::min(size, everyWriteTakes_);
   for (const WriteFault& fault : writeFaults_) {
     if (fault.call == writeCalls && fault.fails) {
       Tell("write fails");
+      if (fault.count) {
+        *written = static_cast<DWORD>(*fault.count);
+      }
       return Fail();
     }
     if (fault.call == writeCalls) {
-      taken = std::min(taken, fault.count);
+      taken = std::min(taken, fault.count.value_or(taken));
     }
   }
   writes.emplace_back(bytes, bytes + taken);
@@ -150,12 +166,15 @@ BOOL ScriptedPort::Read(std::uint8_t* bytes, std::size_t size, DWORD* read) {
     onRead();
   }
   const Answer answer = NextAnswer(size);
+  const std::size_t count = std::min(size, answer.bytes.size());
+  std::copy_n(answer.bytes.begin(), count, bytes);
   if (answer.fails) {
+    if (count > 0) {
+      *read = static_cast<DWORD>(count);
+    }
     Tell("read fails");
     return Fail();
   }
-  const std::size_t count = std::min(size, answer.bytes.size());
-  std::copy_n(answer.bytes.begin(), count, bytes);
   *read = static_cast<DWORD>(count);
   Tell("read " + std::to_string(count));
   return TRUE;

@@ -17,6 +17,8 @@ class TestHost : public RecordingHost {
 
   // Switches the log on (level 1) or off without the registry.
   static void SetDebugLevel(std::uint32_t level);
+  // As if the library had just been loaded: the next that asks for a log names its file anew.
+  static void ForgetLog();
 };
 
 }  // namespace sc3xxmon::test

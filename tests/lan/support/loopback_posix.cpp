@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <stdexcept>
 
-#include "lan/lan_printer.h"
 #include "lan/support/loopback.h"
 #include "platform/text.h"
 #include "support/child_process.h"
@@ -14,14 +13,15 @@
 namespace sc3xxmon::test {
 namespace {
 
-constexpr std::uint32_t kFirst = 0x7F010000;  // 127.1.0.0
-constexpr std::uint32_t kCount = 0x00FE0000;  // up to 127.254.255.255
-constexpr std::uint32_t kPerProcess = 509;    // a prime, so that neighbours in number are far apart in address
+constexpr std::uint16_t kPrintersPort = 9100;  // where printers listen, whatever the monitor believes
+constexpr std::uint32_t kFirst = 0x7F010000;   // 127.1.0.0
+constexpr std::uint32_t kCount = 0x00FE0000;   // up to 127.254.255.255
+constexpr std::uint32_t kPerProcess = 509;     // a prime, so that neighbours in number are far apart in address
 
 sockaddr_in Record(std::uint32_t number) {
   sockaddr_in record{};
   record.sin_family = AF_INET;
-  record.sin_port = htons(kPrinterTcpPort);
+  record.sin_port = htons(kPrintersPort);
   record.sin_addr.s_addr = htonl(number);
   return record;
 }
