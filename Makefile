@@ -47,6 +47,26 @@ fuzz: ## run each fuzz target for a minute (SECONDS_EACH=60)
 	@scripts/setup build fuzz
 	@fuzz/run $${SECONDS_EACH:-60}
 
+.PHONY: windows
+windows: ## build the library for Windows: build/windows/sc3xxmon.dll and a zip to install it from
+	@scripts/setup windows
+	@cmake --preset windows --log-level=WARNING
+	@cmake --build --preset windows -j $(JOBS)
+
+.PHONY: test-windows
+test-windows: ## run the tests on Windows' own calls, under Wine
+	@scripts/setup build test windows test-windows
+	@cmake --preset release --log-level=WARNING
+	@cmake --build --preset release -j $(JOBS) --target sc3xx
+	@cmake --preset windows-tests --log-level=WARNING
+	@cmake --build --preset windows-tests -j $(JOBS)
+	@scripts/test-windows build/windows -j $(JOBS)
+
+.PHONY: check-windows
+check-windows: windows ## have clang read the Windows side as well
+	@scripts/setup check
+	@scripts/check-windows
+
 .PHONY: coverage
 coverage: ## line coverage of src/ by the tests
 	@scripts/setup build test coverage
