@@ -22,6 +22,11 @@ KplLabel::KplLabel(std::span<const std::uint8_t> bytes, std::uint32_t iphLength)
   FindCommands();
 }
 
+KplLabel::KplLabel(std::vector<std::uint8_t>&& storage, std::uint32_t iphLength) noexcept
+    : Data(std::move(storage)), IphLength(iphLength) {
+  FindCommands();
+}
+
 KplLabel::KplLabel(KplLabel&& other) noexcept {
   TakeFrom(other);
 }

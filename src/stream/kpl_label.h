@@ -22,6 +22,7 @@ class KplLabel {
 
   KplLabel() = default;
   KplLabel(std::span<const std::uint8_t> bytes, std::uint32_t iphLength);
+  KplLabel(std::vector<std::uint8_t>&& storage, std::uint32_t iphLength) noexcept;
   KplLabel(KplLabel&& other) noexcept;
   KplLabel& operator=(KplLabel&& other) noexcept;
   KplLabel(const KplLabel&) = delete;

@@ -34,10 +34,50 @@ void CKplParser::Take(Bytes span) {
     AppendToBuffer(span);
     return;
   }
+  const std::optional<std::size_t> missing = MissingToWhole();
+  if (missing && *missing <= span.size()) {
+    AppendToBuffer(span.first(*missing));
+    labelScan_.position = buffer_.size();
+    TakeBehindHeld(span.subspan(*missing));
+  } else {
+    TakeBehindBuffer(span);
+  }
+}
+
+// All that is held are whole commands of one label: those behind them are cut where they lie.
+void CKplParser::TakeBehindHeld(Bytes span) {
+  if (CutLabel(span, buffer_.size()) == ParseResult::kDone) {
+    CutLabels(span);
+    CutFooter(span);
+    AppendToBuffer(span);
+    DropFromBuffer(span.size());
+    return;
+  }
+  AppendToBuffer(span);
+  Bytes pending = buffer_;
+  CutFooter(pending);
+  DropFromBuffer(pending.size());
+}
+
+void CKplParser::TakeBehindBuffer(Bytes span) {
   AppendToBuffer(span);
   Bytes pending = buffer_;
   CutSteps(pending);
   DropFromBuffer(pending.size());
+}
+
+// Bytes that have yet to arrive until what is pending are whole commands of one label, none of which ends it: those of a
+// raster, since no other command announces more than its head. None if that can't be told.
+std::optional<std::size_t> CKplParser::MissingToWhole() const {
+  if (!labelScan_.indexFound) {
+    return std::nullopt;
+  }
+  const Bytes open = Bytes(buffer_).subspan(labelScan_.position);
+  if (open.empty()) {
+    return 0;
+  }
+  const std::uint64_t announced = kpl::AnnouncedLength(open);
+  return announced > open.size() ? std::optional(static_cast<std::size_t>(announced - open.size())) : std::nullopt;
 }
 
 CKplParser::Progress CKplParser::CurrentProgress() const {
@@ -45,8 +85,12 @@ CKplParser::Progress CKplParser::CurrentProgress() const {
           ParserState,    ParserQParameter, OpenLengthLabels, headerScan_,   labelScan_};
 }
 
-// A call only ever adds to these, up to the moment when nothing can fail any more.
+// A call only ever adds to these, up to the moment when nothing can fail any more. But for one thing: the buffer's storage
+// may have become the first label's record, which then has all of what was pending at its front.
 void CKplParser::GoBackTo(const Progress& before) noexcept {
+  if (buffer_.size() < before.pending) {
+    buffer_ = std::move(Labels[before.labels].Data);
+  }
   buffer_.resize(before.pending);
   JobHeader.resize(before.header);
   JobFooter.resize(before.footer);
@@ -64,9 +108,18 @@ void CKplParser::CutSteps(Bytes& pending) {
     CutJobHeader(pending);
   }
   if (ParserState == kParserHeader || ParserState == kParserLabels) {
-    while (CutLabel(pending) == ParseResult::kDone) {
-    }
+    CutLabels(pending);
   }
+  CutFooter(pending);
+}
+
+// Goes on where a label's end was taken for the footer's beginning, too.
+void CKplParser::CutLabels(Bytes& pending) {
+  while (CutLabel(pending) == ParseResult::kDone) {
+  }
+}
+
+void CKplParser::CutFooter(Bytes& pending) {
   if (ParserState == kParserHeader || ParserState == kParserLabels) {
     FindJobFooter(pending);
   }
@@ -151,11 +204,11 @@ ParseResult CKplParser::NoteHeaderCommand(const KplCommand& command) {
   }
 }
 
-ParseResult CKplParser::CutLabel(Bytes& pending) {
+ParseResult CKplParser::CutLabel(Bytes& pending, std::size_t held) {
   if (ParserState < kParserHeader) {
     return ParseResult::kNotApplicable;
   }
-  for (CKplIterator it = Walk(pending, labelScan_.position); !it.AtEnd(); ++it) {
+  for (CKplIterator it = Walk(pending, labelScan_.position - held); !it.AtEnd(); ++it) {
     const std::uint64_t position = labelScan_.position;
     switch (JudgeLabelCommand(labelScan_, it.Current)) {
       case LabelCommand::kGoOn:
@@ -166,10 +219,10 @@ ParseResult CKplParser::CutLabel(Bytes& pending) {
                        it.Current.Letter());
         return ParseResult::kNoMatch;
       case LabelCommand::kEndsBehind:
-        TakeLabel(pending, position + it.Current.Length, position, labelScan_.betweenLabels);
+        TakeLabel(pending, held, position + it.Current.Length, position);
         return ParseResult::kDone;
       case LabelCommand::kEndsBefore:
-        TakeLabel(pending, position, position, labelScan_.betweenLabels);
+        TakeLabel(pending, held, position, position);
         return ParseResult::kDone;
     }
   }
@@ -201,20 +254,21 @@ CKplParser::LabelCommand CKplParser::JudgeLabelCommand(LabelScan& scan, const Kp
   }
 }
 
-// Takes the label off the front of `pending`. `endPosition` is where the ending command stands.
+// Takes the label off the front of what is held and pending. `endPosition` is where the ending command stands, which is
+// never in what is held.
 //
 // Whether the footer follows is read from the ending command's letter at the place where it stood, after the label has
 // gone from the front: the rest has moved down by the label's size, so that the byte there may be one of the rest, and
 // a value of Q or E there counts. Where the rest doesn't reach that far, the letter itself still stands. A rest that
 // holds such a byte goes out as footer, unparsed: kept, since every version has cut such streams so. The rest need not
 // be moved to know the byte.
-void CKplParser::TakeLabel(Bytes& pending, std::uint64_t labelSize, std::uint64_t endPosition,
-                           std::uint32_t betweenLabels) {
-  const std::uint8_t letter = pending[endPosition + 1];
-  const Bytes rest = pending.subspan(labelSize);
+void CKplParser::TakeLabel(Bytes& pending, std::size_t held, std::uint64_t labelSize, std::uint64_t endPosition) {
+  const std::uint32_t betweenLabels = labelScan_.betweenLabels;
+  const std::uint8_t letter = pending[endPosition + 1 - held];
+  const Bytes rest = pending.subspan(labelSize - held);
   const std::uint8_t byteAfterMove = endPosition + 1 < rest.size() ? rest[endPosition + 1] : letter;
 
-  KeepLabel(pending.first(labelSize), betweenLabels);
+  KeepLabel(pending.first(labelSize - held), held, betweenLabels);
   pending = rest;
   ForgetScans();
   ++LabelsParsed;
@@ -223,14 +277,25 @@ void CKplParser::TakeLabel(Bytes& pending, std::uint64_t labelSize, std::uint64_
                  ParserState);
 }
 
-void CKplParser::KeepLabel(Bytes bytes, std::uint32_t betweenLabels) {
-  KplLabel label(bytes, betweenLabels);
+// Of a label in pieces, `bytes` are its last. What has become its record need not be copied into one, unless most of the
+// storage would be empty.
+void CKplParser::KeepLabel(Bytes bytes, std::size_t held, std::uint32_t betweenLabels) {
+  if (held > 0) {
+    AppendToBuffer(bytes);
+    bytes = buffer_;
+  }
+  const bool handsOver = held > 0 && buffer_.capacity() / 2 <= buffer_.size();
+  KplLabel& label =
+      handsOver ? Labels.emplace_back(std::move(buffer_), betweenLabels) : Labels.emplace_back(bytes, betweenLabels);
   if (label.RasterSize() == 0 && PrintEmptyLabel == 0) {
-    KovaDebugPrint(At("CKplParser::TryParseLabel"), "Label is empty. Discarding %d bytes.", bytes.size());
+    KovaDebugPrint(At("CKplParser::TryParseLabel"), "Label is empty. Discarding %d bytes.", label.Data.size());
+    if (handsOver) {
+      buffer_ = std::move(label.Data);
+    }
+    Labels.pop_back();
     return;
   }
   DumpLabelRaster(label);
-  Labels.push_back(std::move(label));
 }
 
 ParseResult CKplParser::FindJobFooter(Bytes pending) {
@@ -316,25 +381,24 @@ void CKplParser::Reset() {
 
 void CKplParser::AppendToBuffer(Bytes bytes) {
   if (bytes.size() > buffer_.capacity() - buffer_.size()) {
-    buffer_.reserve(RoomToGrowTo(bytes.size()));
+    buffer_.reserve(RoomToGrowTo(bytes));
   }
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
 }
 
-// A label in pieces is held here until its last byte, and once more as the old storage is copied into the new or the
-// label into its record. So the room is made for what its raster's head announces, and at least an eighth more than is
-// needed: doubling would hold the label three times over, and a label of many small rasters announces little each time.
-std::size_t CKplParser::RoomToGrowTo(std::size_t added) const {
-  constexpr std::size_t kBelievedLength = std::size_t{64} << 20;  // beyond any label; a damaged head says anything
-  constexpr std::size_t kFormFeedRoom = 16;
-  const std::size_t needed = buffer_.size() + added;
-  const std::size_t scanned = std::min<std::size_t>(labelScan_.position, buffer_.size());
-  const std::uint64_t announced = scanned + kpl::AnnouncedLength(Bytes(buffer_).subspan(scanned));
+// The storage of a label in pieces becomes its record, so that it gets the room that its raster's head announces. Where
+// that is little, as in a label of many small rasters, it grows by an eighth: each time the label is there twice, and
+// doubling would have it there three times.
+std::size_t CKplParser::RoomToGrowTo(Bytes added) const {
+  constexpr std::uint64_t kBelievedLength = std::uint64_t{64} << 20;  // beyond any label; a damaged head says anything
+  constexpr std::uint64_t kFormFeedRoom = 16;
+  const std::size_t needed = buffer_.size() + added.size();
+  const Bytes pending = buffer_.empty() ? added : Bytes(buffer_);
+  const std::uint64_t scanned = std::min<std::uint64_t>(labelScan_.position, pending.size());
+  const std::uint64_t announced = scanned + kpl::AnnouncedLength(pending.subspan(scanned));
   const std::size_t stepped = needed + needed / 8;
-  if (announced > needed && announced <= kBelievedLength) {
-    return std::max(stepped, static_cast<std::size_t>(announced) + added + kFormFeedRoom);
-  }
-  return stepped;
+  return announced <= kBelievedLength ? std::max(stepped, static_cast<std::size_t>(announced + kFormFeedRoom))
+                                      : stepped;
 }
 
 // The storage is kept for the next label unless it is large: then it would stand beside the record that has just been

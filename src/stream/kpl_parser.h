@@ -3,13 +3,15 @@
 // One parser a document. It sends nothing and changes no byte of what it cuts. It has no failure result: a step that
 // can't go on doesn't advance, and a log line says why. No lock: the job's thread alone.
 //
-// Cost is linear in the stream however it is cut. A span that arrives while nothing is pending is cut where it lies, so
-// that a label's bytes are copied once, into its record; only what can't be placed yet is kept. A step that ran out of
-// commands remembers where, and goes on from there.
+// Cost is linear in the stream however it is cut, and a label's bytes are copied once: from a span that arrives while
+// nothing is pending into the label's record, or, of a label in pieces, from each span into storage that becomes the
+// record when the label is whole. Only what can't be placed yet is kept. A step that ran out of commands remembers where,
+// and goes on from there.
 #pragma once
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -104,20 +106,26 @@ class CKplParser {
   Progress CurrentProgress() const;
   void GoBackTo(const Progress& before) noexcept;
 
-  // The steps proper: each works on the front of `pending` and takes off what it cuts.
+  // The steps proper: each works on the front of `pending` and takes off what it cuts. `held` bytes of a label in pieces
+  // stand before it, in the buffer; they are whole commands, and looked at.
   ParseResult CutJobHeader(Bytes& pending);
-  ParseResult CutLabel(Bytes& pending);
+  ParseResult CutLabel(Bytes& pending, std::size_t held = 0);
   ParseResult FindJobFooter(Bytes pending);
 
   void Take(Bytes span);
+  void TakeBehindHeld(Bytes span);
+  void TakeBehindBuffer(Bytes span);
+  std::optional<std::size_t> MissingToWhole() const;
   void CutSteps(Bytes& pending);
+  void CutLabels(Bytes& pending);
+  void CutFooter(Bytes& pending);
   ParseResult NoteHeaderCommand(const KplCommand& command);
   LabelCommand JudgeLabelCommand(LabelScan& scan, const KplCommand& command) const;
-  void TakeLabel(Bytes& pending, std::uint64_t labelSize, std::uint64_t endPosition, std::uint32_t betweenLabels);
-  void KeepLabel(Bytes label, std::uint32_t betweenLabels);
+  void TakeLabel(Bytes& pending, std::size_t held, std::uint64_t labelSize, std::uint64_t endPosition);
+  void KeepLabel(Bytes label, std::size_t held, std::uint32_t betweenLabels);
   void DumpLabelRaster(const KplLabel& label) const;
   void AppendToBuffer(Bytes bytes);
-  std::size_t RoomToGrowTo(std::size_t added) const;
+  std::size_t RoomToGrowTo(Bytes added) const;
   void DropFromBuffer(std::size_t kept);
   void ForgetScans();
 

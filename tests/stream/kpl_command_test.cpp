@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 
 #include "stream/command_lengths.h"
@@ -59,6 +60,9 @@ struct SizeCase {
   std::uint32_t lineBytes;
   std::uint32_t rasterSize;
 };
+void PrintTo(const SizeCase& each, std::ostream* out) {
+  *out << each.phrase;
+}
 
 class RasterSizeTest : public ::testing::TestWithParam<SizeCase> {};
 
