@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string>
 
 #include "apps/kpl/inspect.h"
 #include "document_support.h"
@@ -186,6 +187,30 @@ Picture FullOfLetters(std::mt19937& random) {
   return picture;
 }
 
+std::string NameOf(LabelEnd end) {
+  switch (end) {
+    case LabelEnd::kFormFeed:
+      return "FormFeed";
+    case LabelEnd::kCut:
+      return "Cut";
+    case LabelEnd::kNone:
+      return "NoEnd";
+  }
+  return "";
+}
+
+std::string NameOf(LabelLength length) {
+  switch (length) {
+    case LabelLength::kAnnounced:
+      return "Announced";
+    case LabelLength::kOpen:
+      return "Open";
+    case LabelLength::kOmitted:
+      return "Omitted";
+  }
+  return "";
+}
+
 class SafeEndsTest : public testing::TestWithParam<LabelEnd> {};
 
 TEST_P(SafeEndsTest, NeverLetTheRasterOfALaterLabelPassForTheEndOfTheJob) {
@@ -208,10 +233,17 @@ TEST_P(SafeEndsTest, NeverLetTheRasterOfALaterLabelPassForTheEndOfTheJob) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SafeEndsTest, testing::Values(LabelEnd::kFormFeed, LabelEnd::kCut, LabelEnd::kNone));
+INSTANTIATE_TEST_SUITE_P(All, SafeEndsTest, testing::Values(LabelEnd::kFormFeed, LabelEnd::kCut, LabelEnd::kNone),
+                         [](const auto& each) { return NameOf(each.param); });
 
 // Every way to encode gives back the pictures that went in.
 class RoundTripTest : public testing::TestWithParam<std::tuple<Compression, LabelEnd, LabelLength, bool>> {};
+
+std::string NameOfRoundTrip(const testing::TestParamInfo<RoundTripTest::ParamType>& each) {
+  const auto [compression, labelEnd, labelLength, finalFeed] = each.param;
+  return (compression == Compression::kLz4 ? "Lz4" : "Plain") + NameOf(labelEnd) + NameOf(labelLength) +
+         (finalFeed ? "Fed" : "");
+}
 
 TEST_P(RoundTripTest, GivesBackThePictures) {
   const auto [compression, labelEnd, labelLength, finalFeed] = GetParam();
@@ -236,7 +268,8 @@ INSTANTIATE_TEST_SUITE_P(All, RoundTripTest,
                                           testing::Values(LabelEnd::kFormFeed, LabelEnd::kCut, LabelEnd::kNone),
                                           testing::Values(LabelLength::kAnnounced, LabelLength::kOpen,
                                                           LabelLength::kOmitted),
-                                          testing::Bool()));
+                                          testing::Bool()),
+                         NameOfRoundTrip);
 
 TEST(JobFromInputTest, GivesAStreamBackAsItIs) {
   const Bytes broken = Hex("1B 73 01 00 00 00 1B 51 99");

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <numeric>
 #include <ostream>
+#include <string>
 
 #include "document_support.h"
 
@@ -290,6 +291,11 @@ TEST(DitheringTest, ThresholdMakesEverythingBelowItBlack) {
 
 class EvenGreyTest : public testing::TestWithParam<std::tuple<Dithering, int>> {};
 
+std::string NameOfGrey(const testing::TestParamInfo<EvenGreyTest::ParamType>& each) {
+  const auto [dithering, grey] = each.param;
+  return (dithering == Dithering::kOrdered ? "Ordered" : "FloydSteinberg") + std::to_string(grey);
+}
+
 TEST_P(EvenGreyTest, ComesOutAsSoManyDots) {
   const auto [dithering, grey] = GetParam();
   constexpr std::uint32_t kSide = 64;
@@ -301,7 +307,8 @@ TEST_P(EvenGreyTest, ComesOutAsSoManyDots) {
 
 INSTANTIATE_TEST_SUITE_P(All, EvenGreyTest,
                          testing::Combine(testing::Values(Dithering::kOrdered, Dithering::kFloydSteinberg),
-                                          testing::Values(0, 3, 32, 64, 100, 128, 191, 240, 252, 255)));
+                                          testing::Values(0, 3, 32, 64, 100, 128, 191, 240, 252, 255)),
+                         NameOfGrey);
 
 TEST(DitheringTest, LeavesLineArtAloneInEveryWay) {
   const Bytes art = Text("P1 8 3 10101010 01100110 11110000");

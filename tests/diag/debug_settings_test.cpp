@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "support/bytes.h"
 #include "support/test_host.h"
 
@@ -91,6 +93,9 @@ struct FlagCase {
   std::uint32_t bit;
   bool (*accessor)();
 };
+void PrintTo(const FlagCase& each, std::ostream* out) {
+  *out << "bit " << each.bit;
+}
 
 class DebugFlagTest : public DebugSettingsTest, public ::testing::WithParamInterface<FlagCase> {};
 
@@ -136,6 +141,9 @@ struct TraceCase {
   std::uint32_t bit;
   bool (*accessor)();
 };
+void PrintTo(const TraceCase& each, std::ostream* out) {
+  *out << "bit " << each.bit;
+}
 
 class TraceBitTest : public DebugSettingsTest, public ::testing::WithParamInterface<TraceCase> {};
 

@@ -1,4 +1,7 @@
 // What the spooler gets when it loads the monitor, and which settings count from then on.
+#include <ostream>
+#include <string>
+
 #include "support/door_test.h"
 
 namespace sc3xxmon::test {
@@ -134,6 +137,9 @@ struct OptionCase {
   std::uint32_t number;
   const char* shown;
 };
+void PrintTo(const OptionCase& each, std::ostream* out) {
+  *out << ::testing::PrintToString(std::wstring(each.name)) << " = " << each.number;
+}
 
 class OptionRange : public DoorTest, public ::testing::WithParamInterface<OptionCase> {};
 

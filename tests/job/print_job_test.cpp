@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "job/failure.h"
 #include "monitor/langmon.h"
 #include "support/bytes.h"
@@ -256,6 +258,9 @@ struct CommandCase {
   DWORD command;
   const char* line;
 };
+void PrintTo(const CommandCase& each, std::ostream* out) {
+  *out << "command " << each.command;
+}
 
 class JobCommandTest : public PrintJobTest, public ::testing::WithParamInterface<CommandCase> {};
 

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <ostream>
+#include <string>
 #include <thread>
 
 #include "lan/support/lan_fixture.h"
@@ -527,6 +529,9 @@ struct Choice {
   const wchar_t* port;
   std::uint32_t isUsb;
 };
+void PrintTo(const Choice& each, std::ostream* out) {
+  *out << each.module << " and " << ::testing::PrintToString(std::wstring(each.port));
+}
 
 class PathChoice : public ::testing::TestWithParam<Choice> {
  protected:

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <ostream>
 
 #include "diag/debug_settings.h"
 #include "monitor/entry_points_fixture.h"
@@ -256,6 +257,9 @@ struct EndCase {
   std::uint32_t abortState;
   std::vector<ByteString> sent;
 };
+void PrintTo(const EndCase& each, std::ostream* out) {
+  *out << each.phrase;
+}
 
 class EndDocumentTest : public DocumentTest, public ::testing::WithParamInterface<EndCase> {};
 

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+#include <string>
+
 #include "support/bytes.h"
 #include "support/test_host.h"
 
@@ -73,6 +76,9 @@ struct OptionCase {
   std::uint32_t given;
   std::uint32_t kept;
 };
+void PrintTo(const OptionCase& each, std::ostream* out) {
+  *out << ::testing::PrintToString(std::wstring(each.name)) << " = " << each.given;
+}
 
 class OptionValueTest : public OptionsTest, public ::testing::WithParamInterface<OptionCase> {};
 

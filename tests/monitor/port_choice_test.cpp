@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+#include <string>
+
 #include "lan/tcp_port.h"
 #include "monitor/langmon.h"
 #include "platform/text.h"
@@ -19,6 +22,9 @@ struct NameCase {
   const wchar_t* portName;
   std::uint32_t isUsb;
 };
+void PrintTo(const NameCase& each, std::ostream* out) {
+  *out << ::testing::PrintToString(std::wstring(each.portName != nullptr ? each.portName : L"none"));
+}
 
 class PortChoiceTest : public ::testing::Test {
  protected:

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include "support/environment.h"
@@ -20,6 +21,9 @@ struct LocaleCase {
   Value lang;
   const wchar_t* text;  // of number 13
 };
+void PrintTo(const LocaleCase& each, std::ostream* out) {
+  *out << each.phrase;
+}
 
 constexpr wchar_t kEnglishText[] = L"Bay Open";
 constexpr wchar_t kJapaneseText[] = L"ベイオープン";

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace sc3xxmon::platform {
 namespace {
 
@@ -11,6 +13,9 @@ struct TextCase {
   std::string utf8;
   std::wstring wide;
 };
+void PrintTo(const TextCase& each, std::ostream* out) {
+  *out << each.phrase;
+}
 
 class Utf8Test : public ::testing::TestWithParam<TextCase> {};
 
@@ -55,6 +60,9 @@ struct BrokenCase {
   const char* phrase;
   std::string utf8;
 };
+void PrintTo(const BrokenCase& each, std::ostream* out) {
+  *out << each.phrase;
+}
 
 class BrokenUtf8Test : public ::testing::TestWithParam<BrokenCase> {};
 

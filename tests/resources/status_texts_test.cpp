@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <ostream>
 
 namespace sc3xxmon::resources {
 namespace {
@@ -77,6 +78,9 @@ struct LocaleCase {
   const char* locale;
   std::uint16_t language;
 };
+void PrintTo(const LocaleCase& each, std::ostream* out) {
+  *out << each.locale;
+}
 
 class LanguageOfLocaleTest : public ::testing::TestWithParam<LocaleCase> {};
 

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace simulator {
 namespace {
 
@@ -18,6 +20,9 @@ struct ScriptCase {
   std::optional<std::uint64_t> forMs;
   std::optional<std::uint32_t> count;
 };
+void PrintTo(const ScriptCase& each, std::ostream* out) {
+  *out << each.text;
+}
 
 class FaultScriptTest : public ::testing::TestWithParam<ScriptCase> {};
 
@@ -65,6 +70,9 @@ struct WrongCase {
   const char* text;
   const char* says;
 };
+void PrintTo(const WrongCase& each, std::ostream* out) {
+  *out << '\'' << each.text << '\'';
+}
 
 class WrongFaultScriptTest : public ::testing::TestWithParam<WrongCase> {};
 

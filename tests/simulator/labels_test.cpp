@@ -1,4 +1,6 @@
 // What comes out on paper: where a label begins and ends, chunks, compression, form feeds, jobs.
+#include <ostream>
+
 #include "printer_desk.h"
 
 namespace simulator::test {
@@ -45,6 +47,12 @@ struct EndCase {
   Bytes bytes;
   LabelEnd end;
 };
+void PrintTo(const EndCase& each, std::ostream* out) {
+  *out << "ESC " << static_cast<char>(each.bytes[1]);
+  if (each.bytes.size() > 2) {
+    *out << ' ' << int{each.bytes[2]};
+  }
+}
 
 class LabelEndTest : public PrinterDesk, public ::testing::WithParamInterface<EndCase> {};
 

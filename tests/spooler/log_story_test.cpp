@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "apps/log/log_report.h"
 
 namespace sc3xx {
@@ -133,6 +135,9 @@ struct OutcomeCase {
   const char* text;
   LoggedOutcome outcome;
 };
+void PrintTo(const OutcomeCase& each, std::ostream* out) {
+  *out << each.function << ": " << each.text;
+}
 
 class LogOutcomeTest : public ::testing::TestWithParam<OutcomeCase> {};
 
