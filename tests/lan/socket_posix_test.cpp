@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -12,6 +13,8 @@
 #include <atomic>
 #include <optional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "lan/socket.h"
 #include "lan/support/lan_fixture.h"
@@ -218,6 +221,68 @@ TEST_F(SocketPosix, SignalsNeitherCutATimeOutShortNorFailATransfer) {
   socket.Close();
   server.Finish();
   EXPECT_EQ(taken, 8u << 20);
+}
+
+// A listener whose queue of connections is full, so that making one more waits until somebody accepts.
+class FullListener {
+ public:
+  FullListener() {
+    listener_.Listen();
+    listen(listener_.Descriptor(), 0);
+    while (Queues()) {
+    }
+  }
+  ~FullListener() {
+    for (const int client : clients_) {
+      close(client);
+    }
+  }
+  FullListener(const FullListener&) = delete;
+  FullListener& operator=(const FullListener&) = delete;
+
+  const std::wstring& Address() const { return listener_.Address(); }
+  // Accepts and drops connections until `enough` holds.
+  void AcceptUntil(const std::atomic<bool>& enough) const {
+    while (!enough) {
+      pollfd entry{listener_.Descriptor(), POLLIN, 0};
+      if (poll(&entry, 1, 10) > 0) {
+        close(accept(listener_.Descriptor(), nullptr, nullptr));
+      }
+    }
+  }
+
+ private:
+  bool Queues() {
+    clients_.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const auto address = PrinterAt(listener_.Address());
+    connect(clients_.back(), reinterpret_cast<const sockaddr*>(address.bytes.data()), address.length);
+    pollfd entry{clients_.back(), POLLOUT, 0};
+    return poll(&entry, 1, 100) > 0;
+  }
+
+  LoopbackListener listener_;
+  std::vector<int> clients_;
+};
+
+TEST_F(SocketPosix, AConnectionWhoseMakingASignalInterruptsIsMadeAllTheSame) {
+  const FullListener listener;
+  std::atomic<bool> isMade{false};
+  CSocket socket(platform::AddressFamily::kIPv4);
+  std::thread printer;
+  std::string failure;
+  {
+    const Interruptions interruptions;
+    printer = std::thread([&] {
+      while (signalsSeen < 3 && !isMade) {
+        std::this_thread::yield();
+      }
+      listener.AcceptUntil(isMade);
+    });
+    failure = FailureOf([&] { socket.Connect(PrinterAt(listener.Address())); });
+  }
+  isMade = true;
+  printer.join();
+  EXPECT_EQ(failure, "");
 }
 
 // --- IPv6: there is one loopback address for all, so that the port is the system's choice
