@@ -9,6 +9,9 @@
 namespace sc3xxmon {
 namespace {
 
+// Larger storage isn't kept for later use: a label that large is rare, and its storage would stand beside others.
+constexpr std::size_t kMostKeptRoom = std::size_t{1} << 20;
+
 CKplIterator Walk(std::span<const std::uint8_t> bytes, std::uint64_t from) {
   return {bytes.data() + from, bytes.size() - from};
 }
@@ -347,6 +350,7 @@ std::uint32_t CKplParser::AckFirstLabel() {
     return 0;
   }
   const std::uint32_t attempts = Labels.front().Retries + 1;
+  KeepStorageOf(Labels.front());
   Labels.pop_front();
   --sentCount_;
   ++LabelsAcked;
@@ -381,7 +385,7 @@ void CKplParser::Reset() {
 
 void CKplParser::AppendToBuffer(Bytes bytes) {
   if (bytes.size() > buffer_.capacity() - buffer_.size()) {
-    buffer_.reserve(RoomToGrowTo(bytes));
+    GrowBufferTo(RoomToGrowTo(bytes));
   }
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
 }
@@ -401,15 +405,27 @@ std::size_t CKplParser::RoomToGrowTo(Bytes added) const {
                                       : stepped;
 }
 
-// The storage is kept for the next label unless it is large: then it would stand beside the record that has just been
-// made from it.
+// What a label that is done with leaves behind serves the next one, while it is still in the processor's cache.
+void CKplParser::KeepStorageOf(KplLabel& label) {
+  if (label.Data.capacity() > spare_.capacity() && label.Data.capacity() <= kMostKeptRoom) {
+    spare_.swap(label.Data);
+  }
+}
+
+void CKplParser::GrowBufferTo(std::size_t room) {
+  if (buffer_.empty() && spare_.capacity() >= room) {
+    spare_.clear();
+    buffer_.swap(spare_);
+  }
+  buffer_.reserve(room);
+}
+
 void CKplParser::DropFromBuffer(std::size_t kept) {
-  constexpr std::size_t kKeptRoom = std::size_t{1} << 20;
   if (kept == buffer_.size()) {
     return;
   }
   buffer_.erase(buffer_.begin(), buffer_.end() - static_cast<std::ptrdiff_t>(kept));
-  if (buffer_.capacity() - kept > kKeptRoom) {
+  if (buffer_.capacity() - kept > kMostKeptRoom) {
     buffer_.shrink_to_fit();
   }
 }

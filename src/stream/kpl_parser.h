@@ -126,11 +126,14 @@ class CKplParser {
   void DumpLabelRaster(const KplLabel& label) const;
   void AppendToBuffer(Bytes bytes);
   std::size_t RoomToGrowTo(Bytes added) const;
+  void GrowBufferTo(std::size_t room);
+  void KeepStorageOf(KplLabel& label);
   void DropFromBuffer(std::size_t kept);
   void ForgetScans();
 
   std::vector<std::uint8_t> buffer_;
-  std::uint64_t headerScan_ = 0;  // where the header step ran out of commands
+  std::vector<std::uint8_t> spare_;  // storage of an acknowledged label
+  std::uint64_t headerScan_ = 0;     // where the header step ran out of commands
   LabelScan labelScan_;
   std::uint32_t sentCount_ = 0;
 };

@@ -65,6 +65,21 @@ TEST_F(LabelInPiecesTest, ASmallOneInAStorageThatWasMadeForMoreGetsARecordOfItsO
   EXPECT_THAT(parser.Buffer(), IsEmpty());
 }
 
+TEST_F(LabelInPiecesTest, StorageThatAnAcknowledgedOneLeavesServesTheNext) {
+  Feed(ByteString(label.begin(), label.begin() + 300));
+  Feed(ByteString(label.begin() + 300, label.begin() + 600));
+  Feed(ByteString(label.begin() + 600, label.end()));
+  const std::uint8_t* const storage = parser.Labels[0].Data.data();
+  MarkFirstUnsent();
+  parser.AckFirstLabel();
+  const ByteString other(label.size());  // would take what had been given back
+  Feed(ByteString(label.begin(), label.begin() + 300));
+  EXPECT_EQ(parser.Buffer().data(), storage);
+  Feed(ByteString(label.begin() + 300, label.end()));
+  ASSERT_THAT(parser.Labels, SizeIs(1));
+  EXPECT_EQ(parser.Labels[0].Data, label);
+}
+
 TEST_F(LabelInPiecesTest, OneThatTurnsOutEmptyIsDiscardedAndTheNextOnesAreCut) {
   const ByteString empty = Joined({LabelIndex(1), Raster(10, 80), Raster(0, 80), Bytes(kFormFeed)});
   const ByteString next = Joined({LabelIndex(2), Raster(10, 80), Bytes(kFormFeed)});
