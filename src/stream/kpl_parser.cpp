@@ -52,8 +52,7 @@ void CKplParser::TakeBehindHeld(Bytes span) {
   if (CutLabel(span, buffer_.size()) == ParseResult::kDone) {
     CutLabels(span);
     CutFooter(span);
-    AppendToBuffer(span);
-    DropFromBuffer(span.size());
+    ReplaceBuffer(span);
     return;
   }
   AppendToBuffer(span);
@@ -384,20 +383,34 @@ void CKplParser::Reset() {
 }
 
 void CKplParser::AppendToBuffer(Bytes bytes) {
+  if (buffer_.empty()) {
+    ReplaceBuffer(bytes);
+    return;
+  }
   if (bytes.size() > buffer_.capacity() - buffer_.size()) {
-    GrowBufferTo(RoomToGrowTo(bytes));
+    buffer_.reserve(RoomFor(buffer_, buffer_.size() + bytes.size()));
   }
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
 }
 
-// The storage of a label in pieces becomes its record, so that it gets the room that its raster's head announces. Where
-// that is little, as in a label of many small rasters, it grows by an eighth: each time the label is there twice, and
-// doubling would have it there three times.
-std::size_t CKplParser::RoomToGrowTo(Bytes added) const {
+// Where the buffer's own storage doesn't do, the spare one takes its place, made larger if need be. Nothing is lost while
+// that can fail.
+void CKplParser::ReplaceBuffer(Bytes bytes) {
+  if (bytes.size() > buffer_.capacity() || buffer_.capacity() - bytes.size() > kMostKeptRoom) {
+    spare_.clear();
+    spare_.reserve(RoomFor(bytes, bytes.size()));
+    buffer_ = std::move(spare_);
+  }
+  buffer_.assign(bytes.begin(), bytes.end());
+}
+
+// The room for `needed` bytes that begin with `pending`, at whose front the label step has begun. The storage of a label in
+// pieces becomes its record, so that it gets the room that its raster's head announces. Where that is little, as in a
+// label of many small rasters, it grows by an eighth: each time the label is there twice, and doubling would have it there
+// three times.
+std::size_t CKplParser::RoomFor(Bytes pending, std::size_t needed) const {
   constexpr std::uint64_t kBelievedLength = std::uint64_t{64} << 20;  // beyond any label; a damaged head says anything
   constexpr std::uint64_t kFormFeedRoom = 16;
-  const std::size_t needed = buffer_.size() + added.size();
-  const Bytes pending = buffer_.empty() ? added : Bytes(buffer_);
   const std::uint64_t scanned = std::min<std::uint64_t>(labelScan_.position, pending.size());
   const std::uint64_t announced = scanned + kpl::AnnouncedLength(pending.subspan(scanned));
   const std::size_t stepped = needed + needed / 8;
@@ -410,14 +423,6 @@ void CKplParser::KeepStorageOf(KplLabel& label) {
   if (label.Data.capacity() > spare_.capacity() && label.Data.capacity() <= kMostKeptRoom) {
     spare_.swap(label.Data);
   }
-}
-
-void CKplParser::GrowBufferTo(std::size_t room) {
-  if (buffer_.empty() && spare_.capacity() >= room) {
-    spare_.clear();
-    buffer_.swap(spare_);
-  }
-  buffer_.reserve(room);
 }
 
 void CKplParser::DropFromBuffer(std::size_t kept) {

@@ -125,8 +125,8 @@ class CKplParser {
   void KeepLabel(Bytes label, std::size_t held, std::uint32_t betweenLabels);
   void DumpLabelRaster(const KplLabel& label) const;
   void AppendToBuffer(Bytes bytes);
-  std::size_t RoomToGrowTo(Bytes added) const;
-  void GrowBufferTo(std::size_t room);
+  void ReplaceBuffer(Bytes bytes);
+  std::size_t RoomFor(Bytes pending, std::size_t needed) const;
   void KeepStorageOf(KplLabel& label);
   void DropFromBuffer(std::size_t kept);
   void ForgetScans();

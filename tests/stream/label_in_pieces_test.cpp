@@ -65,6 +65,23 @@ TEST_F(LabelInPiecesTest, ASmallOneInAStorageThatWasMadeForMoreGetsARecordOfItsO
   EXPECT_THAT(parser.Buffer(), IsEmpty());
 }
 
+// Where the label step stands in what comes behind a label says nothing about the bytes of the label itself.
+TEST_F(LabelInPiecesTest, RasterBytesThatLookLikeTheHeadOfALargeRasterGetNoRoom) {
+  const ByteString lookAlike = Bytes("1B 44 08 00 00 00 0F 00 01 00 00 00");  // would announce 1 MB
+  const ByteString small =
+      Joined({LabelIndex(2), Bytes("1B 44 08 00 01 00 00 00 0C 00 00 00"), lookAlike, Bytes(kFormFeed)});
+  const ByteString lengths = Bytes("1B 4C 10 00 1B 4C 10 00 1B 4C 10 00");  // so that the next raster stands as far in
+  const ByteString next = Joined({lengths, LabelIndex(3), Raster(2000, 80)});
+  Feed(Joined({LabelIndex(1), Bytes("1B 44 01")}));
+  Feed(Joined({ByteString(label.begin() + 7, label.end()), ByteString(small.begin(), small.end() - 3)}));
+  const ByteString begun(next.begin(), next.end() - 100);
+  Feed(Joined({ByteString(small.end() - 3, small.end()), begun}));
+  ASSERT_THAT(parser.Labels, SizeIs(2));
+  EXPECT_EQ(parser.Labels[1].Data, small);
+  EXPECT_EQ(parser.Buffer(), begun);
+  EXPECT_LT(parser.Buffer().capacity(), 2 * next.size());
+}
+
 TEST_F(LabelInPiecesTest, StorageThatAnAcknowledgedOneLeavesServesTheNext) {
   Feed(ByteString(label.begin(), label.begin() + 300));
   Feed(ByteString(label.begin() + 300, label.begin() + 600));
